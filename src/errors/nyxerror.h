@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "marrows/marrows.h"
 #include "marrows/nyxmessagearg.h"
 #include "nyxstring.h"
 

@@ -1,0 +1,125 @@
+#include "ldbstore.h"
+
+#include <new>
+
+#include "errors/nyxerror.h"
+
+namespace {
+const char kSource[] = "srcldb/ldbstore";
+}
+
+LDBStore::LDBStore(PDMc_LDB* connection, const nyxString& path)
+    : m_connection(connection), m_version(0), m_stamp(0), m_top(0), m_in_transaction(false),
+      m_file(new (std::nothrow) LDBStorageFile(path)), m_owns_file(true), m_expected_top(0),
+      m_base_offset(0) {}
+
+LDBStore::~LDBStore() {
+    if (m_owns_file) delete m_file;
+}
+
+int32_t LDBStore::ReadRawHeader(LDBHeader& header) {
+    if (int32_t rc = header.Read(*m_file, m_base_offset)) return rc;
+    if (header.m_magic != LDB_HEADER_MAGIC || !header.ChecksumOk())
+        return nyxErrorReport(2403, Path());
+    return 0;
+}
+
+int32_t LDBStore::WriteHeader(LDBHeader& header) { return header.Write(*m_file, m_base_offset); }
+
+int32_t LDBStore::WriteInitialHeader(LDBHeader& header) {
+    header.InitCurrent();
+    header.m_top = LDB_HEADER_SIZE;
+    return WriteHeader(header);
+}
+
+int32_t LDBStore::Recover(LDBHeader& header) {
+    if (header.m_ldb_invalid == LDB_INVALID_MARK) return nyxErrorReport(2411, Path());
+    // Undo and shadow logs are replayed by the transaction layer; without it a marked file
+    // can't be repaired here.
+    nyxErrorPushInternal("LDB ReadHeader: Recovery failed", kSource, __LINE__);
+    return nyxErrorReport(2417, Path());
+}
+
+int32_t LDBStore::ReadHeader(LDBHeader& header, bool allowRecovery) {
+    for (;;) {
+        if (int32_t rc = ReadRawHeader(header)) return rc;
+        if (header.m_format_tag != 0 && header.m_format_tag != LDB_FORMAT_TAG_ALT)
+            return nyxErrorReport(2405, Path(), header.m_format_tag);
+        if (header.m_ldb_invalid == 0) break;
+        // Recovery runs at most once: a header still marked after it is beyond repair here.
+        if (!allowRecovery) return NYX_INTERNAL_ERROR("LDB ReadHeader: Recovery failed", kSource);
+        if (int32_t rc = Recover(header)) return rc;
+        allowRecovery = false;
+    }
+    if (header.m_version == LDB_CURRENT_VERSION) return 0;
+    int32_t code = header.m_version > LDB_CURRENT_VERSION ? 2404 : 2416;
+    return nyxErrorReport(code, Path(), header.VersionText());
+}
+
+LDBStore* LDBStore::CreateStore(PDMc_LDB* connection, const nyxString& path) {
+    if (!nyxErrorStackEmpty()) return nullptr;
+    LDBStore* store = new (std::nothrow) LDBStore(connection, path);
+    if (store == nullptr || store->m_file == nullptr) {
+        delete store;
+        return nullptr;
+    }
+    if (store->m_file->Create() != 0) {
+        delete store;
+        return nullptr;
+    }
+    LDBHeader header;
+    if (store->WriteInitialHeader(header) != 0 || store->m_file->Close() != 0) {
+        // The half-made file must not be left for a later connect to find.
+        store->m_file->Remove();
+        delete store;
+        return nullptr;
+    }
+    store->m_version = LDB_CURRENT_VERSION;
+    return store;
+}
+
+LDBStore* LDBStore::ConnectStore(PDMc_LDB* connection, const nyxString& path) {
+    if (!nyxErrorStackEmpty()) return nullptr;
+    LDBStore* store = new (std::nothrow) LDBStore(connection, path);
+    if (store == nullptr || store->m_file == nullptr) {
+        delete store;
+        return nullptr;
+    }
+    if (store->m_file->Open() != 0) {
+        delete store;
+        return nullptr;
+    }
+    LDBHeader header;
+    int32_t rc = store->ReadHeader(header, true);
+    // Close even after a failed check, but report the first failure.
+    int32_t closed = store->m_file->Close();
+    if (rc == 0) rc = closed;
+    if (rc != 0) {
+        delete store;
+        return nullptr;
+    }
+    store->m_version = header.m_version;
+    return store;
+}
+
+int32_t LDBStore::CloseStore(LDBStore* store) {
+    if (!nyxErrorStackEmpty()) return nyxErrorCurrentCode();
+    if (store->m_in_transaction) return nyxErrorReport(2402, store->Path());
+    delete store;
+    return 0;
+}
+
+int32_t LDBStore::DeleteStore(LDBStore* store) {
+    if (!nyxErrorStackEmpty()) return nyxErrorCurrentCode();
+    if (store->m_in_transaction) return nyxErrorReport(2402, store->Path());
+    int32_t rc = store->m_file->Open();
+    if (rc == 0) {
+        LDBHeader header;
+        rc = store->ReadHeader(header, true);
+        int32_t closed = store->m_file->Close();
+        if (rc == 0) rc = closed;
+    }
+    if (rc == 0) rc = store->m_file->Remove();
+    delete store;
+    return rc;
+}

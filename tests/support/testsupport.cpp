@@ -1,0 +1,76 @@
+#include "testsupport.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "errors/nyxerror.h"
+#include "marrows/marrows.h"
+
+namespace testsupport {
+
+TempDir::TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "marrows-XXXXXX").string();
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    char* made = mkdtemp(buffer.data());
+    path_ = made ? made : "";
+}
+
+TempDir::~TempDir() {
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+}
+
+std::vector<int> StackCodes() {
+    std::vector<int> codes;
+    for (nyxError* e = nyxErrorGetCurrent(); e != nullptr; e = nyxErrorGetPrevious(e))
+        codes.push_back(nyxErrorGetErrorCode(e));
+    return codes;
+}
+
+std::vector<std::string> Arguments(nyxError* record) {
+    std::vector<std::string> args;
+    for (int i = 0; i < nyxErrorGetArgumentCount(record); ++i) {
+        const char* text = nyxErrorGetArgument(record, i);
+        args.push_back(text ? text : "<null>");
+    }
+    return args;
+}
+
+std::string DescribeTop() {
+    nyxError* top = nyxErrorGetCurrent();
+    if (top == nullptr) return "empty stack";
+    std::ostringstream out;
+    out << "error " << nyxErrorGetErrorCode(top);
+    for (const std::string& arg : Arguments(top)) out << " [" << arg << "]";
+    return out.str();
+}
+
+void ClearErrors() { nyxErrorClear(); }
+
+int RunInChild(const std::function<int()>& body) {
+    std::fflush(nullptr);
+    pid_t pid = fork();
+    if (pid == 0) _exit(body());
+    int status = 0;
+    if (pid < 0 || waitpid(pid, &status, 0) != pid) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::vector<unsigned char> ReadFileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+}  // namespace testsupport

@@ -1,0 +1,49 @@
+// Helpers shared by the test programs: temporary directories, reading the error stack, and
+// running a piece of a test in a fork()ed child.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+struct nyxError;
+
+namespace testsupport {
+
+// A fresh directory under the system's temporary directory, removed with all it holds.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    const std::string& Path() const { return path_; }
+    std::string File(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// The codes on the error stack, newest first.
+std::vector<int> StackCodes();
+// The argument texts of a record ("<null>" for a null entry).
+std::vector<std::string> Arguments(nyxError* record);
+// The newest record's code and arguments in one line, for failure messages.
+std::string DescribeTop();
+void ClearErrors();
+
+// Runs `body` in a fork()ed child and gives its exit status (the child's return value), or
+// -1 if it died by a signal.
+int RunInChild(const std::function<int()>& body);
+
+std::vector<unsigned char> ReadFileBytes(const std::string& path);
+void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& bytes);
+
+// Every test starts and ends with an empty error stack.
+class CleanStackTest : public ::testing::Test {
+protected:
+    void SetUp() override { ClearErrors(); }
+    void TearDown() override { ClearErrors(); }
+};
+
+}  // namespace testsupport
