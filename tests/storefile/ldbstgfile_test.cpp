@@ -278,3 +278,20 @@ TEST_F(StoreFile, FailingDiskStepsGiveTheirCodes) {
     EXPECT_EQ(file.Flush(), 2410) << "a flush of a closed file must fail";
     EXPECT_EQ(testsupport::ReadFileBytes(path), kNewStore);
 }
+
+#include "crashharness.h"
+
+TEST_F(StoreFile, CrashAtAnyStepOfCreateLeavesACompleteHeader) {
+    std::string path = dir.File("crash.ldb");
+    int points = testsupport::CrashAtEveryStep(
+        [&] { unlink(path.c_str()); },
+        [&] {
+            LDBStore* store = LDBStore::CreateStore(nullptr, path.c_str());
+            return store != nullptr && LDBStore::CloseStore(store) == 0 ? 0 : 1;
+        },
+        [&](const testsupport::CrashRun&) -> std::string {
+            // The header is one write: once it happened, the file is whole.
+            return testsupport::ReadFileBytes(path) == kNewStore ? "" : "the header is not whole";
+        });
+    EXPECT_EQ(points, 2) << "a create writes the header and flushes once";
+}
