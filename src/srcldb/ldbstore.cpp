@@ -3,18 +3,68 @@
 #include <new>
 
 #include "errors/nyxerror.h"
+#include "srcldb/ldbpbfr.h"
+#include "srcldb/ldbundolog.h"
 
 namespace {
 const char kSource[] = "srcldb/ldbstore";
 }
 
 LDBStore::LDBStore(PDMc_LDB* connection, const nyxString& path)
-    : m_connection(connection), m_version(0), m_stamp(0), m_top(0), m_in_transaction(false),
-      m_file(new (std::nothrow) LDBStorageFile(path)), m_owns_file(true), m_expected_top(0),
-      m_base_offset(0) {}
+    : m_connection(connection), m_version(0), m_stamp(0), m_root_address(0), m_top(0),
+      m_in_transaction(false), m_file(new (std::nothrow) LDBStorageFile(path)),
+      m_owns_file(true), m_undo_log(new (std::nothrow) LDBUndoLog),
+      m_expected_top(0), m_base_offset(0), m_pool(new (std::nothrow) LDBPagePool(this)) {}
 
 LDBStore::~LDBStore() {
+    delete m_pool;
+    delete m_undo_log;
     if (m_owns_file) delete m_file;
+}
+
+bool LDBStore::Valid() const {
+    return m_file != nullptr && m_undo_log != nullptr && m_undo_log->FirstChunk() != nullptr &&
+           m_pool != nullptr;
+}
+
+void LDBStore::TakeFromHeader(const LDBHeader& header) {
+    m_version = header.m_version;
+    m_top = header.m_top;
+    m_root_address = header.m_root;
+    m_stamp = header.m_stamp;
+}
+
+int32_t LDBStore::ReadDevice(uint32_t address, void* buffer, uint32_t count) {
+    return m_file->ReadAt(m_base_offset + address, buffer, count);
+}
+
+int32_t LDBStore::WriteDevice(uint32_t address, const void* buffer, uint32_t count) {
+    return m_file->WriteAt(m_base_offset + address, buffer, count);
+}
+
+void LDBStore::AddressRange(uint32_t& low, uint32_t& high) const {
+    low = LDB_HEADER_SIZE;
+    high = m_top - 1;
+}
+
+int32_t LDBStore::FlushStore() {
+    if (m_pool->FlushAll() != 0) return nyxErrorReport(2410, Path());
+    return m_file->Flush();
+}
+
+uint32_t LDBStore::Allocate(uint32_t size) {
+    uint32_t old = m_top;
+    m_top = old + size;
+    // A top that wraps has passed every limit too.
+    if (m_top > m_expected_top || m_top < old)
+        nyxErrorPushInternal("Error in Object Size Calculation", kSource, __LINE__);
+    return old;
+}
+
+int32_t LDBStore::Allocate(uint32_t size, uint32_t& address) {
+    bool clean = nyxErrorStackEmpty();
+    address = Allocate(size);
+    return clean && !nyxErrorStackEmpty() ? nyxErrorCurrentCode() : 0;
 }
 
 int32_t LDBStore::ReadRawHeader(LDBHeader& header) {
@@ -34,9 +84,13 @@ int32_t LDBStore::WriteInitialHeader(LDBHeader& header) {
 
 int32_t LDBStore::Recover(LDBHeader& header) {
     if (header.m_ldb_invalid == LDB_INVALID_MARK) return nyxErrorReport(2411, Path());
-    // Undo and shadow logs are replayed by the transaction layer; without it a marked file
-    // can't be repaired here.
-    nyxErrorPushInternal("LDB ReadHeader: Recovery failed", kSource, __LINE__);
+    if (header.m_ldb_invalid == LDB_INVALID_SHADOW) {
+        if (RecoverShadowLog(header.m_top) == 0) return 0;
+    } else {
+        // The undo log is replayed by the recovery layer; without it a file marked by an
+        // interrupted commit can't be repaired here.
+        nyxErrorPushInternal("LDB ReadHeader: Recovery failed", kSource, __LINE__);
+    }
     return nyxErrorReport(2417, Path());
 }
 
@@ -59,7 +113,7 @@ int32_t LDBStore::ReadHeader(LDBHeader& header, bool allowRecovery) {
 LDBStore* LDBStore::CreateStore(PDMc_LDB* connection, const nyxString& path) {
     if (!nyxErrorStackEmpty()) return nullptr;
     LDBStore* store = new (std::nothrow) LDBStore(connection, path);
-    if (store == nullptr || store->m_file == nullptr) {
+    if (store == nullptr || !store->Valid()) {
         delete store;
         return nullptr;
     }
@@ -81,7 +135,7 @@ LDBStore* LDBStore::CreateStore(PDMc_LDB* connection, const nyxString& path) {
 LDBStore* LDBStore::ConnectStore(PDMc_LDB* connection, const nyxString& path) {
     if (!nyxErrorStackEmpty()) return nullptr;
     LDBStore* store = new (std::nothrow) LDBStore(connection, path);
-    if (store == nullptr || store->m_file == nullptr) {
+    if (store == nullptr || !store->Valid()) {
         delete store;
         return nullptr;
     }

@@ -1,0 +1,235 @@
+#include "ldbpbfr.h"
+
+#include <cstring>
+#include <initializer_list>
+#include <new>
+
+#include "errors/nyxerror.h"
+#include "srcldb/ldbstore.h"
+
+namespace {
+const char kSource[] = "srcldb/ldbpbfr";
+
+// Eviction classes, tried in this order: a page that was rewritten as a whole is done with
+// (it was filled by a sequential write), a clean page costs nothing to drop, and a partly
+// written page is the one most likely to be written again.
+enum class EvictionClass { kFullyWritten, kClean, kPartlyWritten };
+
+bool InClass(const LDBPageBuffer* page, EvictionClass wanted) {
+    switch (wanted) {
+        case EvictionClass::kFullyWritten: return page->Modified() && page->WriteCount() >= LDB_PAGE_SIZE;
+        case EvictionClass::kClean: return !page->Modified();
+        case EvictionClass::kPartlyWritten: return page->Modified() && page->WriteCount() < LDB_PAGE_SIZE;
+    }
+    return false;
+}
+}  // namespace
+
+LDBPageBuffer::LDBPageBuffer(LDBPagePool* pool, uint32_t address)
+    : m_pool(pool), m_pin_count(0), m_low_address(address & ~LDB_PAGE_MASK),
+      m_high_address(address | LDB_PAGE_MASK), m_low_modified(0), m_high_modified(0),
+      m_write_count(0), m_modified(false), m_use_stamp(0), m_next(nullptr),
+      m_previous(nullptr) {
+    // Bytes that nothing read or wrote are never exposed in a sound file; zeroing them keeps
+    // files reproducible byte for byte.
+    std::memset(m_data, 0, sizeof m_data);
+}
+
+void LDBPageBuffer::Read(uint32_t address, uint8_t* out, uint32_t count) {
+    std::memcpy(out, m_data + (address - m_low_address), count);
+    m_use_stamp = m_pool->NextStamp();
+}
+
+void LDBPageBuffer::Write(uint32_t address, const uint8_t* in, uint32_t count) {
+    std::memcpy(m_data + (address - m_low_address), in, count);
+    m_write_count += count;
+    m_modified = true;
+    m_use_stamp = m_pool->NextStamp();
+    uint32_t last = address + count - 1;
+    if (last > m_high_modified) m_high_modified = last;
+    if (m_low_modified == 0 || address < m_low_modified) m_low_modified = address;
+}
+
+int32_t LDBPageBuffer::ReadFromDevice() {
+    uint32_t low = 0, high = 0;
+    m_pool->Store()->AddressRange(low, high);
+    uint32_t deviceHigh = m_pool->DeviceHigh();
+    uint32_t start = m_low_address > low ? m_low_address : low;
+    if (start > deviceHigh) return 0;  // nothing of this page is on the device yet
+    uint32_t end = m_high_address < deviceHigh ? m_high_address : deviceHigh;
+    if (m_pool->Store()->ReadDevice(start, m_data + (start - m_low_address), end - start + 1) != 0)
+        return NYX_INTERNAL_ERROR("ReadFromDevice Failed", kSource);
+    return 0;
+}
+
+int32_t LDBPageBuffer::FlushToDevice() {
+    if (!m_modified) return 0;
+    uint32_t low = 0, high = 0;
+    m_pool->Store()->AddressRange(low, high);
+    uint32_t deviceHigh = m_pool->DeviceHigh();
+    if (m_low_modified < low)
+        return NYX_INTERNAL_ERROR("FlushToDevice - LowAddress Outside Range", kSource);
+    if (m_high_modified > high)
+        return NYX_INTERNAL_ERROR("FlushToDevice - HighAddress Outside Range", kSource);
+    // One write of the whole span: the store writes only whole objects and blocks, so every
+    // byte between the lowest and the highest change is valid.
+    if (int32_t rc = m_pool->Store()->WriteDevice(m_low_modified,
+                                                  m_data + (m_low_modified - m_low_address),
+                                                  m_high_modified - m_low_modified + 1))
+        return rc;
+    if (m_high_modified > deviceHigh) m_pool->RaiseDeviceHigh(m_high_modified);
+    m_low_modified = 0;
+    m_high_modified = 0;
+    m_write_count = 0;
+    m_modified = false;
+    return 0;
+}
+
+LDBPagePool::LDBPagePool(LDBStore* store)
+    : m_first(nullptr), m_store(store), m_count(0), m_clock(0), m_device_high(0),
+      m_generation(0) {}
+
+LDBPagePool::~LDBPagePool() { Clear(); }
+
+LDBPageBuffer* LDBPagePool::FindPage(uint32_t address) const {
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
+        if (page->Covers(address)) return page;
+    return nullptr;
+}
+
+LDBPageBuffer* LDBPagePool::GetPage(uint32_t address) {
+    if (LDBPageBuffer* page = FindPage(address)) return page;
+    bool evictionFailed = false;
+    while (m_count >= LDB_POOL_LIMIT) {
+        bool clean = nyxErrorStackEmpty();
+        if (!EvictOne()) break;
+        if (clean && !nyxErrorStackEmpty()) evictionFailed = true;
+    }
+    // A lost write-back fails the commit that caused it; don't let it go on writing.
+    if (evictionFailed) return nullptr;
+    LDBPageBuffer* page = new (std::nothrow) LDBPageBuffer(this, address);
+    if (page == nullptr) {
+        nyxErrorPushInternal("LDB page allocation failed", kSource, __LINE__);
+        return nullptr;
+    }
+    if (page->ReadFromDevice() != 0) {
+        delete page;
+        return nullptr;
+    }
+    ++m_count;
+    Link(page);
+    return page;
+}
+
+void LDBPagePool::Link(LDBPageBuffer* page) {
+    LDBPageBuffer* previous = nullptr;
+    LDBPageBuffer* next = m_first;
+    while (next != nullptr && next->m_low_address < page->m_low_address) {
+        previous = next;
+        next = next->m_next;
+    }
+    page->m_previous = previous;
+    page->m_next = next;
+    if (next != nullptr) next->m_previous = page;
+    if (previous != nullptr)
+        previous->m_next = page;
+    else
+        m_first = page;
+}
+
+void LDBPagePool::Unlink(LDBPageBuffer* page) {
+    if (page->m_previous != nullptr)
+        page->m_previous->m_next = page->m_next;
+    else
+        m_first = page->m_next;
+    if (page->m_next != nullptr) page->m_next->m_previous = page->m_previous;
+    page->m_next = page->m_previous = nullptr;
+}
+
+LDBPageBuffer* LDBPagePool::PickVictim() const {
+    for (EvictionClass wanted : {EvictionClass::kFullyWritten, EvictionClass::kClean,
+                                 EvictionClass::kPartlyWritten}) {
+        LDBPageBuffer* oldest = nullptr;
+        for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next) {
+            if (page->m_pin_count != 0 || !InClass(page, wanted)) continue;
+            if (oldest == nullptr || page->m_use_stamp < oldest->m_use_stamp) oldest = page;
+        }
+        if (oldest != nullptr) return oldest;
+    }
+    return nullptr;
+}
+
+bool LDBPagePool::EvictOne() {
+    LDBPageBuffer* victim = PickVictim();
+    if (victim == nullptr) return false;
+    Unlink(victim);
+    // A failed write-back stays on the stack and the page goes all the same: this happens only
+    // inside a commit, whose failure path throws away everything written.
+    victim->FlushToDevice();
+    delete victim;
+    --m_count;
+    return true;
+}
+
+int32_t LDBPagePool::FlushAll() {
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
+        if (int32_t rc = page->FlushToDevice()) return rc;
+    while (m_count > LDB_POOL_LIMIT)
+        if (!EvictOne()) break;
+    return 0;
+}
+
+void LDBPagePool::Clear() {
+    LDBPageBuffer* page = m_first;
+    while (page != nullptr) {
+        LDBPageBuffer* next = page->m_next;
+        delete page;
+        page = next;
+    }
+    m_first = nullptr;
+    m_count = 0;
+    m_device_high = 0;
+    ++m_generation;
+}
+
+bool LDBPagePool::HasModifiedPages() const {
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
+        if (page->m_modified) return true;
+    return false;
+}
+
+uint32_t LDBPagePool::DeviceHigh() {
+    if (m_device_high == 0) {
+        uint32_t low = 0;
+        m_store->AddressRange(low, m_device_high);
+    }
+    return m_device_high;
+}
+
+void LDBPagePool::RaiseDeviceHigh(uint32_t address) {
+    if (address > m_device_high) m_device_high = address;
+}
+
+uint32_t LDBPagePool::NextStamp() {
+    if (++m_clock != 0) return m_clock;
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
+        page->m_use_stamp = 0;
+    m_clock = 1;
+    return m_clock;
+}
+
+void LDBPagePin::Release() {
+    // After a Clear the page is gone: there is nothing left to unpin.
+    if (m_page != nullptr && m_generation == m_pool->Generation()) --m_page->m_pin_count;
+    m_page = nullptr;
+}
+
+LDBPageBuffer* LDBPagePin::Repin(uint32_t address) {
+    Release();
+    LDBPageBuffer* page = m_pool->GetPage(address);
+    if (page == nullptr) return nullptr;
+    ++page->m_pin_count;
+    m_page = page;
+    m_generation = m_pool->Generation();
+    return page;
+}
