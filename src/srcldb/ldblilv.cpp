@@ -1,0 +1,7 @@
+#include "srcldb/ldblilv.h"
+
+PDMc_LILV::PDMc_LILV() = default;
+
+PDMc_LILV::PDMc_LILV(LDBObjectOwner* owner) : PDMc_LDBObject(owner, kTypeCode, kClassVersion) {}
+
+const char* PDMc_LILV::GetClassName() const { return "PDMc_LILV"; }

@@ -1,0 +1,111 @@
+#include "srcldb/ldbobject.h"
+
+#include <cstring>
+
+#include "errors/nyxerror.h"
+#include "srcldb/ldbobjectowner.h"
+#include "srcldb/ldbroot.h"
+
+namespace {
+
+constexpr int32_t kErrorIllegalObjectType = 114;
+constexpr int32_t kErrorValidateFailed = 2414;
+
+uint32_t HeaderWord(uint8_t typeCode, uint8_t classVersion, uint32_t flags) {
+    return uint32_t(typeCode) | (uint32_t(classVersion) << 8) | flags;
+}
+
+// The names under which objects are known to clients; null where a class has none.
+const char* StoredTypeName(uint8_t typeCode) {
+    switch (typeCode) {
+        case LDB_TYPE_WS: return "MFWS";
+        case LDB_TYPE_WSPI: return "MFWSPI";
+        case LDB_TYPE_WSPIV: return "MFWSPIV";
+        case LDB_TYPE_WSD: return "MFWSD";
+        case LDB_TYPE_WSDD: return "MFWSDD";
+        case LDB_TYPE_WSGIR: return "MFWSGIR";
+        case LDB_TYPE_LIL: return "MFWSLIL";
+        case LDB_TYPE_LILV: return "MFWSLILV";
+        case LDB_TYPE_LPI: return "MFWSLPI";
+        case LDB_TYPE_LPITD: return "MFWSLPITD";
+        case LDB_TYPE_LUF: return "MFWSLUF";
+        case LDB_TYPE_LAAV: return "MFLAAV";
+        default: return nullptr;
+    }
+}
+
+// The classes whose handles the exports accept where several kinds may come. "PDMc_GIR" is
+// the name the check has always used; a relation's own class name doesn't pass it.
+const char* const kValidClassNames[] = {
+    "PDMc_LDB", "PDMc_WS",  "PDMc_WSPI", "PDMc_WSPIV", "PDMc_LIL",
+    "PDMc_LILV", "PDMc_LUF", "PDMc_WSD",  "PDMc_GIR",   "PDMc_LDBAppObj",
+};
+
+}  // namespace
+
+PDMc_LDBObject::PDMc_LDBObject() : m_owner(nullptr), m_storage_address(0), m_header_word(0) {}
+
+PDMc_LDBObject::PDMc_LDBObject(LDBObjectOwner* owner, uint8_t typeCode, uint8_t classVersion)
+    : m_owner(owner),
+      m_storage_address(0),
+      m_header_word(HeaderWord(typeCode, classVersion, LDB_OBJECT_NEW)) {
+    MarkModified();
+}
+
+PDMc_LDBObject::PDMc_LDBObject(const PDMc_LDBObject& other)
+    : m_owner(other.m_owner),
+      m_storage_address(0),
+      m_header_word(HeaderWord(other.GetTypeCode(), other.GetClassVersion(), LDB_OBJECT_NEW)) {
+    MarkModified();
+}
+
+PDMc_LDBObject::~PDMc_LDBObject() = default;
+
+FILE* PDMc_LDBObject::Dump(FILE* out) const {
+    uint8_t code = GetTypeCode();
+    std::fprintf(out, "Object\n");
+    std::fprintf(out, "  Type: %s (%c)\n", ShortTypeName(code), static_cast<char>(code));
+    std::fprintf(out, "  Memory Address: %p\n", static_cast<const void*>(this));
+    std::fprintf(out, "  Storage Address: %x\n", static_cast<unsigned>(m_storage_address));
+    std::fprintf(out, "  Modified: %s\n", IsModified() ? "true" : "false");
+    std::fprintf(out, "  Deleted: %s\n", IsDeleted() ? "true" : "false");
+    return out;
+}
+
+int32_t PDMc_LDBObject::Validate() const {
+    const char* className = GetClassName();
+    for (const char* valid : kValidClassNames)
+        if (std::strcmp(className, valid) == 0) return 0;
+    nyxErrorReport(kErrorValidateFailed, "Validate", className);
+    return nyxErrorCurrentCode();
+}
+
+PDMc_LDBRef* PDMc_LDBObject::GetAttrs() { return nullptr; }
+
+void PDMc_LDBObject::MarkModified() {
+    if (GetTypeCode() == LDB_TYPE_CONNECTION || IsModified() || m_owner == nullptr) return;
+    m_owner->AddToModifiedList(this);
+    m_header_word |= LDB_OBJECT_MODIFIED;
+}
+
+int32_t PDMc_LDBObject::MarkDeleted() {
+    MarkModified();
+    m_header_word |= LDB_OBJECT_DELETED;
+    return 0;
+}
+
+int32_t PDMc_LDBObject::GetTypeName(nyxString& name) const {
+    uint8_t code = GetTypeCode();
+    if (code == LDB_TYPE_APPOBJ) {
+        name = static_cast<const PDMc_LDBAppObj*>(this)->GetType();
+    } else if (const char* stored = StoredTypeName(code)) {
+        name = stored;
+    } else {
+        nyxErrorReport(kErrorIllegalObjectType, "IllegalObjectType");
+    }
+    return nyxErrorCurrentCode();
+}
+
+const char* PDMc_LDBObject::ShortTypeName(uint8_t typeCode) {
+    return typeCode == LDB_TYPE_WSD ? "WSD" : "UNKNOWN";
+}

@@ -1,0 +1,13 @@
+#include "srcldbws/wsd.h"
+
+PDMc_WSD::PDMc_WSD() = default;
+
+PDMc_WSD::PDMc_WSD(LDBObjectOwner* owner) : PDMc_LDBObject(owner, kTypeCode, kClassVersion) {}
+
+const char* PDMc_WSD::GetClassName() const { return "PDMc_WSD"; }
+
+PDMc_WSDD::PDMc_WSDD() = default;
+
+PDMc_WSDD::PDMc_WSDD(LDBObjectOwner* owner) : PDMc_LDBObject(owner, kTypeCode, kClassVersion) {}
+
+const char* PDMc_WSDD::GetClassName() const { return "PDMc_WSDD"; }

@@ -1,0 +1,51 @@
+// Dependencies: PDMc_WSD ties an item version to the identity of another item, under a
+// PDMc_WSDD definition of class and type.
+#pragma once
+
+#include <cstdint>
+
+#include "nyxstring.h"
+#include "srcldb/ldbobject.h"
+#include "srcldb/ldbref.h"
+
+class PDMc_WSD : public PDMc_LDBObject {
+public:
+    static constexpr uint8_t kTypeCode = LDB_TYPE_WSD;
+    static constexpr uint8_t kClassVersion = 2;
+
+    // Empty, for the factory to fill from a record.
+    PDMc_WSD();
+    // A new object of the owner, at once on its modified list.
+    explicit PDMc_WSD(LDBObjectOwner* owner);
+
+    const char* GetClassName() const override;
+
+private:
+    friend struct LDBSchema;
+
+    PDMc_LDBRef m_parent_piv;
+    PDMc_LDBRef m_child_pi;
+    PDMc_LDBRef m_definition;
+    PDMc_LDBRef m_attr_values;
+    nyxString m_as_stored_child_name;
+    PDMc_LDBRef m_attrs;
+};
+
+class PDMc_WSDD : public PDMc_LDBObject {
+public:
+    static constexpr uint8_t kTypeCode = LDB_TYPE_WSDD;
+    static constexpr uint8_t kClassVersion = 1;
+
+    // Empty, for the factory to fill from a record.
+    PDMc_WSDD();
+    // A new object of the owner, at once on its modified list.
+    explicit PDMc_WSDD(LDBObjectOwner* owner);
+
+    const char* GetClassName() const override;
+
+private:
+    friend struct LDBSchema;
+
+    nyxString m_class;
+    int32_t m_type = 0;
+};
