@@ -37,6 +37,8 @@ public:
     }
     // The newest descriptor of the code with this class version, or null.
     LDBClassDescriptor* ClassByVersion(uint8_t classCode, uint8_t classVersion) const;
+    // The first descriptor of the code's chain, whatever its store version, for walks.
+    LDBClassDescriptor* BucketHead(uint8_t classCode) const { return m_buckets[classCode]; }
 
 private:
     LDBClassDescriptor* m_buckets[kBucketCount];
