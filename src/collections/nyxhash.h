@@ -1,0 +1,229 @@
+// The associative table: open addressing with double hashing over one flat block of entries,
+// at a prime capacity from nyxPrimeTable, grown by half when more than seven eighths of the
+// entries have been filled since the block was made.
+//
+// Two modes. Key and value: an entry holds a key and a value of their own types, and only the
+// keyed operations apply. Derived key: an entry holds a value alone and the key is computed
+// from it (the store's object table), so the plain Insert, Contains and Remove work too.
+//
+// An entry is a header word (state in bits 30-31, the key's hash masked to 30 bits below),
+// the key at offset 8, then the value. Iteration runs in table order, which depends on the
+// hashes and the history of the table and on nothing else; stored maps write their entries
+// in that order.
+#pragma once
+
+#include <cstdint>
+
+#include "collections/nyxelements.h"
+#include "collections/nyxkeyed.h"
+
+typedef uint32_t (*nyxHashFunction)(const void* key);
+typedef const void* (*nyxKeyOfValueFunction)(const void* value);
+
+// Hash of a nyxString key, and of a plain text. The empty text hashes to 0.
+uint32_t nyxStringHash(const void* key);
+uint32_t nyxStringHashText(const char* text);
+// A uint32_t key is its own hash: the store keys its object table by storage address.
+uint32_t nyxWordHash(const void* key);
+// A pointer key hashes by its low 32 bits; equality still compares the whole pointer.
+uint32_t nyxPointerHash(const void* key);
+
+constexpr uint32_t kNyxPrimeCount = 457;
+extern const uint32_t nyxPrimeTable[kNyxPrimeCount];
+// The first table value not below n; the largest one for anything above it.
+uint32_t nyxNextPrime(uint32_t n);
+
+class nyxHashImpl : public nyxKeyedCollection {
+public:
+    static constexpr uint32_t kHashMask = 0x3FFFFFFFu;
+
+    // Key and value mode.
+    explicit nyxHashImpl(nyxHashFunction hash);
+    // Derived key mode.
+    nyxHashImpl(nyxHashFunction hash, nyxKeyOfValueFunction keyOfValue, int32_t initialCapacity);
+
+    bool IsSequential() const override { return false; }
+    bool IsSorted() const override { return false; }
+    bool Contains(const void* element) override;
+    void* GetAt(uint32_t index) override;
+    void* GetFirst() override;
+    void* GetLast() override;
+    uint32_t GetCount() const override { return static_cast<uint32_t>(m_count); }
+    bool IsEmpty() const override { return m_count == 0; }
+    nyxIterator* NewIterator() override;
+    bool Insert(const void* element) override;
+    bool InsertAt(uint32_t index, const void* element) override;
+    bool InsertBefore(nyxIterator* iterator, const void* element) override;
+    bool InsertAfter(nyxIterator* iterator, const void* element) override;
+    bool InsertFirst(const void* element) override;
+    bool InsertLast(const void* element) override;
+    bool InsertAll(nyxCollection& other) override;
+    bool Remove(const void* element, int32_t count) override;
+    // Back to a fresh block of the initial capacity.
+    void Clear() override;
+    bool RemoveAt(nyxIterator* iterator, bool forward) override;
+    bool RemoveAt(uint32_t index) override;
+    bool RemoveFirst() override;
+    bool RemoveLast() override;
+    bool SetAt(uint32_t index, const void* element) override;
+    bool SetAt(nyxIterator* iterator, const void* element) override;
+    // Leaves no block: the table is then fit only for destruction.
+    void FreeStorage() override;
+    const char* GetClassName() const override { return "nyxHashImpl"; }
+
+    void* FindValue(const void* key) override;
+    bool ContainsKey(const void* key) override;
+    bool GetValue(const void* key, void* value) override;
+    bool PutValue(const void* key, const void* value) override;
+    bool RemoveKey(const void* key, int32_t count) override;
+    void* FirstEntry(void* entry) override;
+    void* LastEntry(void* entry) override;
+    void* KeyOfEntry(void* entry) override;
+    void* ValueOfEntry(void* entry) override;
+    void* GetPair(void* entry) override;
+    nyxIterator* NewIteratorAtKey(const void* key) override;
+    int32_t CompareKeys(const void*, const void*) const override { return 0; }
+
+    // The offsets of key and value in an entry and its size, as a plain structure of header
+    // word, key and value would have them.
+    virtual void EntryLayout(int32_t* keyOffset, int32_t* valueOffset, int32_t* entrySize) const;
+    void ResetLayout();
+    uint32_t HashKey(const void* key) const { return m_hash(key); }
+    const void* KeyOfValue(const void* value) const { return m_keyOfValue(value); }
+    bool DerivedKey() const { return m_keyOfValue != nullptr; }
+
+    int32_t GetCapacity() const { return m_capacity; }
+    int32_t GetThreshold() const { return m_threshold; }
+    int32_t GetUsed() const { return m_used; }
+    int32_t GetInitialCapacity() const { return m_initialCapacity; }
+
+protected:
+    nyxHashImpl(const nyxHashImpl&) = delete;
+    nyxHashImpl& operator=(const nyxHashImpl&) = delete;
+
+    // The typed shell calls this once its layout is known: sets the initial capacity and
+    // allocates the first block.
+    void InitTable(int32_t initialCapacity);
+
+private:
+    char* EntryAt(uint32_t place) const { return m_table + static_cast<size_t>(place) * m_entrySize; }
+    static uint32_t Header(const char* entry);
+    static void SetHeader(char* entry, uint32_t header);
+    const void* EntryKey(char* entry) const;
+    bool InTable(const void* p) const;
+
+    // The probe along the key's double-hashing path. Gives the entry that holds the key, or
+    // null; when slot is given it also receives the entry an insertion would fill (the first
+    // deleted one on the path, else the empty one that ended it; null if the table is full).
+    char* Probe(const void* key, uint32_t hash, char** slot) const;
+    void Fill(char* entry, uint32_t hash, const void* key, const void* value);
+    void Delete(char* entry);
+    bool PutHashed(const void* key, const void* value);
+    // A new block of nyxNextPrime(size) entries, the occupied entries inserted anew from low
+    // to high place. False, with the table as it was, if there is no memory.
+    bool Rehash(uint32_t size);
+    bool Allocate(uint32_t size);
+    void DestroyAll();
+
+    int32_t m_tableBytes = 0;
+    char* m_table = nullptr;
+    int32_t m_entrySize = 0;
+    int32_t m_keyOffset = 0;
+    int32_t m_valueOffset = 0;
+    int32_t m_count = 0;
+    // Entries filled since the block was made: deletions don't lower it, so fill-and-delete
+    // cycles push the table towards a rebuild that sweeps the deleted entries away.
+    int32_t m_used = 0;
+    int32_t m_capacity = 0;
+    int32_t m_threshold = 0;
+    int32_t m_initialCapacity = 0;
+    nyxHashFunction m_hash;
+    nyxKeyOfValueFunction m_keyOfValue;
+};
+
+// Walks a keyed collection in table order; also the iterator of the stored maps.
+class nyxHashIterator : public nyxIterator {
+public:
+    nyxHashIterator(nyxKeyedCollection* collection, void* entry)
+        : m_collection(collection), m_entry(entry) {}
+
+    void* Current() override { return m_entry ? m_collection->ValueOfEntry(m_entry) : nullptr; }
+    bool AtEnd() const override { return m_entry == nullptr; }
+    void First() override { m_entry = m_collection->FirstEntry(nullptr); }
+    void Last() override { m_entry = m_collection->LastEntry(nullptr); }
+    void Next() override {
+        if (m_entry) m_entry = m_collection->FirstEntry(m_entry);
+    }
+    // From the end this lands on the last entry.
+    void Prev() override { m_entry = m_collection->LastEntry(m_entry); }
+    nyxCollection* GetCollection() const override { return m_collection; }
+    nyxIterator* Clone() const override;
+
+    void* CurrentKey() { return m_entry ? m_collection->KeyOfEntry(m_entry) : nullptr; }
+    virtual void* GetPair();
+    // Nothing restricts a walk; both forms are refused.
+    bool SetRestriction(int32_t relation, const void* key);
+    bool SetRestriction(int32_t relation, const void* key, int32_t relation2, const void* key2);
+
+    void* Entry() const { return m_entry; }
+
+protected:
+    nyxKeyedCollection* m_collection;
+    void* m_entry;
+};
+
+// The iterator of a derived-key table, whose entries are no pairs.
+class nyxHashPairIterator : public nyxHashIterator {
+public:
+    using nyxHashIterator::nyxHashIterator;
+    void* GetPair() override;
+    nyxIterator* Clone() const override;
+};
+
+// Key operations for keys of type K, on top of the element shell of the value type V.
+template <class K, class V>
+class nyxHashShell : public nyxElementShell<nyxHashImpl, V> {
+public:
+    using nyxElementShell<nyxHashImpl, V>::nyxElementShell;
+    // The shell's key operations are gone by the time the base destructor frees the block.
+    ~nyxHashShell() override { this->FreeStorage(); }
+
+    uint32_t KeySize() const override { return sizeof(K); }
+    void DestroyKeys(void* keys, uint32_t count) const override {
+        nyxElementRuns<K>::Destroy(keys, count);
+    }
+    void ConstructKeys(void* target, const void* source, uint32_t count) const override {
+        nyxElementRuns<K>::Construct(target, source, count);
+    }
+    void AssignKeys(void* target, const void* source, uint32_t count) const override {
+        nyxElementRuns<K>::Assign(target, source, count);
+    }
+    bool KeysEqual(const void* a, const void* b) const override {
+        return nyxElementTraits<K>::Equal(*static_cast<const K*>(a), *static_cast<const K*>(b));
+    }
+
+    V* Find(const K& key) { return static_cast<V*>(this->FindValue(&key)); }
+    bool Put(const K& key, const V& value) { return this->PutValue(&key, &value); }
+};
+
+// A table from K to V: stored maps (nyxString to reference), address translation (words).
+template <class K, class V>
+class nyxHashMapOf : public nyxHashShell<K, V> {
+public:
+    nyxHashMapOf(nyxHashFunction hash, int32_t initialCapacity) : nyxHashShell<K, V>(hash) {
+        this->ResetLayout();
+        this->InitTable(initialCapacity);
+    }
+};
+
+// A table of V whose key K lies inside the value (the store's object table).
+template <class K, class V>
+class nyxDerivedHashOf : public nyxHashShell<K, V> {
+public:
+    nyxDerivedHashOf(nyxHashFunction hash, nyxKeyOfValueFunction keyOfValue,
+                     int32_t initialCapacity)
+        : nyxHashShell<K, V>(hash, keyOfValue, initialCapacity) {
+        this->ResetLayout();
+        this->InitTable(initialCapacity);
+    }
+};
