@@ -21,6 +21,13 @@ int32_t AlignmentOf(uint32_t size) {
 
 int32_t RoundUp(int32_t n, int32_t align) { return (n + align - 1) / align * align; }
 
+// n mod d by the precomputed reciprocal of d (Lemire's method); exact for every 32-bit n and d.
+uint64_t Reciprocal(uint32_t d) { return UINT64_MAX / d + 1; }
+uint32_t FastMod(uint32_t n, uint64_t reciprocal, uint32_t d) {
+    uint64_t low = reciprocal * n;
+    return static_cast<uint32_t>((static_cast<unsigned __int128>(low) * d) >> 64);
+}
+
 // A private copy of a key or value that lives inside the table: a growth frees the block
 // that it points into.
 class nyxHashCopy {
@@ -147,6 +154,8 @@ bool nyxHashImpl::Allocate(uint32_t size) {
     m_capacity = static_cast<int32_t>(capacity);
     m_tableBytes = static_cast<int32_t>(bytes);
     m_threshold = static_cast<int32_t>(static_cast<int64_t>(capacity) * 7 / 8);
+    m_capacityReciprocal = Reciprocal(capacity);
+    m_stepReciprocal = Reciprocal(capacity - 2);
     m_count = 0;
     m_used = 0;
     return true;
@@ -156,11 +165,19 @@ char* nyxHashImpl::Probe(const void* key, uint32_t hash, char** slot) const {
     if (slot) *slot = nullptr;
     if (m_table == nullptr) return nullptr;
     uint32_t capacity = static_cast<uint32_t>(m_capacity);
-    uint32_t place = hash % capacity;
+    uint32_t place = FastMod(hash, m_capacityReciprocal, capacity);
     // The smallest capacity is 13, so capacity - 2 is positive and the step never 0.
-    uint32_t step = hash % (capacity - 2) + 1;
+    uint32_t step = FastMod(hash, m_stepReciprocal, capacity - 2) + 1;
     char* deleted = nullptr;
+    // The path is known in advance, so the entries ahead are fetched while this one is read:
+    // in a large table every probe is a cache miss, and the misses then overlap.
+    uint32_t ahead = place + step;
+    if (ahead >= capacity) ahead -= capacity;
+    __builtin_prefetch(EntryAt(ahead));
     for (uint32_t tried = 0; tried < capacity; ++tried) {
+        ahead += step;
+        if (ahead >= capacity) ahead -= capacity;
+        __builtin_prefetch(EntryAt(ahead));
         char* entry = EntryAt(place);
         uint32_t header = Header(entry);
         uint32_t state = StateOf(header);

@@ -137,6 +137,10 @@ private:
     int32_t m_capacity = 0;
     int32_t m_threshold = 0;
     int32_t m_initialCapacity = 0;
+    // Reciprocals of capacity and capacity - 2: the probe takes both remainders of every
+    // hash, and a multiplication is several times cheaper than a division.
+    uint64_t m_capacityReciprocal = 0;
+    uint64_t m_stepReciprocal = 0;
     nyxHashFunction m_hash;
     nyxKeyOfValueFunction m_keyOfValue;
 };

@@ -8,6 +8,7 @@
 #include "collections/nyxhash.h"
 #include "collections/nyxlist.h"
 #include "collections/nyxxarray.h"
+#include "testsupport.h"
 
 namespace {
 
@@ -52,6 +53,7 @@ uint32_t Sum(nyxCollection& c) {
 }
 
 TEST(nyxCollectionTest, RefusedOperationsChangeNothingAndNameTheirMethod) {
+    testsupport::ClearErrors();
     HookScope hook;
     Kinds k;
     uint32_t w = 9;
@@ -100,6 +102,8 @@ TEST(nyxCollectionTest, RefusedOperationsChangeNothingAndNameTheirMethod) {
         EXPECT_EQ(Sum(*c.collection), sum) << c.text;
         ASSERT_EQ(g_texts.size(), 1u) << c.text;
         EXPECT_EQ(g_texts[0], c.text);
+        // A refusal is no failure of the caller's: nothing may reach the error stack.
+        EXPECT_TRUE(testsupport::StackCodes().empty()) << c.text;
     }
 }
 
