@@ -190,21 +190,22 @@ int32_t LDBMemberReader::ReadValue(PDMc_LDBValue& value) {
     return rc;
 }
 
-int32_t LDBMemberReader::ReadRefArray(LDBRefArrayRep& array) {
+int32_t LDBMemberReader::EnterList(uint32_t& count, uint32_t& resumeAt) {
     uint32_t word;
     int32_t rc = 0;
     // The count word exists only in newer files, and the block's own count governs anyway.
     if (m_store_version >= LDB_VERSION_COUNTED_LISTS) rc = m_cursor.ReadU32(word);
     uint32_t address = 0;
     if (rc == 0) rc = m_cursor.ReadU32(address);
-    if (rc != 0) return rc;
-    if (address == 0) {
-        array.Clear();
-        return 0;
-    }
-    uint32_t resumeAt = m_cursor.GetAddress();
-    uint32_t count;
-    rc = EnterBlock(address, 4, count);
+    count = 0;
+    resumeAt = m_cursor.GetAddress();
+    if (rc != 0 || address == 0) return rc;
+    return EnterBlock(address, 4, count);
+}
+
+int32_t LDBMemberReader::ReadRefArray(LDBRefArrayRep& array) {
+    uint32_t count, resumeAt;
+    int32_t rc = EnterList(count, resumeAt);
     if (rc == 0) rc = array.SetCount(count);
     for (uint32_t i = 0; rc == 0 && i < count; ++i) rc = ReadReference(array.At(i));
     if (rc == 0) m_cursor.SetAddress(resumeAt);
@@ -212,23 +213,13 @@ int32_t LDBMemberReader::ReadRefArray(LDBRefArrayRep& array) {
 }
 
 int32_t LDBMemberReader::ReadIdArray(LDBIdArrayRep& array) {
-    uint32_t word;
-    int32_t rc = 0;
-    if (m_store_version >= LDB_VERSION_COUNTED_LISTS) rc = m_cursor.ReadU32(word);
-    uint32_t address = 0;
-    if (rc == 0) rc = m_cursor.ReadU32(address);
-    if (rc != 0) return rc;
-    if (address == 0) {
-        array.Clear();
-        return 0;
-    }
-    uint32_t resumeAt = m_cursor.GetAddress();
-    uint32_t count;
-    rc = EnterBlock(address, 4, count);
+    uint32_t count, resumeAt;
+    int32_t rc = EnterList(count, resumeAt);
     if (rc == 0) rc = array.SetCount(count);
     for (uint32_t i = 0; rc == 0 && i < count; ++i) {
-        rc = m_cursor.ReadU32(word);
-        if (rc == 0) array.SetAt(i, word);
+        uint32_t id;
+        rc = m_cursor.ReadU32(id);
+        if (rc == 0) array.SetAt(i, id);
     }
     if (rc == 0) m_cursor.SetAddress(resumeAt);
     return rc;
@@ -385,13 +376,20 @@ int32_t LDBMemberWriter::WriteValue(const PDMc_LDBValue& value) {
     return m_cursor.WriteBytes(payload, sizeof payload);
 }
 
-int32_t LDBMemberWriter::WriteRefArray(const LDBRefArrayRep& array) {
-    uint32_t count = array.Count();
+int32_t LDBMemberWriter::StartList(uint8_t kind, uint32_t count, uint32_t& resumeAt) {
     int32_t rc = m_cursor.WriteU32(count);
     if (rc != 0) return rc;
-    if (count == 0) return m_cursor.WriteU32(0);
+    if (count > 0) return StartBlock(kind, count, 4, resumeAt);
+    // An empty list has no block.
+    rc = m_cursor.WriteU32(0);
+    resumeAt = m_cursor.GetAddress();
+    return rc;
+}
+
+int32_t LDBMemberWriter::WriteRefArray(const LDBRefArrayRep& array) {
+    uint32_t count = array.Count();
     uint32_t resumeAt;
-    rc = StartBlock(LDB_BLOCK_ADDRESSES, count, 4, resumeAt);
+    int32_t rc = StartList(LDB_BLOCK_ADDRESSES, count, resumeAt);
     for (uint32_t i = 0; rc == 0 && i < count; ++i) rc = WriteReference(array.At(i));
     if (rc == 0) m_cursor.SetAddress(resumeAt);
     return rc;
@@ -399,11 +397,8 @@ int32_t LDBMemberWriter::WriteRefArray(const LDBRefArrayRep& array) {
 
 int32_t LDBMemberWriter::WriteIdArray(const LDBIdArrayRep& array) {
     uint32_t count = array.Count();
-    int32_t rc = m_cursor.WriteU32(count);
-    if (rc != 0) return rc;
-    if (count == 0) return m_cursor.WriteU32(0);
     uint32_t resumeAt;
-    rc = StartBlock(LDB_BLOCK_INT32, count, 4, resumeAt);
+    int32_t rc = StartList(LDB_BLOCK_INT32, count, resumeAt);
     for (uint32_t i = 0; rc == 0 && i < count; ++i) rc = m_cursor.WriteU32(array.At(i));
     if (rc == 0) m_cursor.SetAddress(resumeAt);
     return rc;

@@ -38,6 +38,9 @@ public:
 private:
     // The string whose block is at address; the cursor ends where it started.
     int32_t ReadStringBlock(uint32_t address, nyxString& text);
+    // Reads a list member's words and enters its block; count 0 when there is none. resumeAt is
+    // where the next member starts.
+    int32_t EnterList(uint32_t& count, uint32_t& resumeAt);
     // Moves to the block at address and reads its header; the elements of elementSize bytes
     // each must lie in the store.
     int32_t EnterBlock(uint32_t address, uint32_t elementSize, uint32_t& count);
@@ -75,6 +78,8 @@ private:
     // cursor, then moves into the block behind its header. resumeAt is where the member goes
     // on once the elements are written.
     int32_t StartBlock(uint8_t kind, uint32_t count, uint32_t elementSize, uint32_t& resumeAt);
+    // The count word of a list, then its block of 32-bit elements, or address 0 when empty.
+    int32_t StartList(uint8_t kind, uint32_t count, uint32_t& resumeAt);
 
     LDBCursor& m_cursor;
 };
