@@ -11,12 +11,13 @@ const char kSource[] = "srcldb/ldbstore";
 }
 
 LDBStore::LDBStore(PDMc_LDB* connection, const nyxString& path)
-    : m_connection(connection), m_version(0), m_stamp(0), m_root_address(0), m_top(0),
-      m_in_transaction(false), m_file(new (std::nothrow) LDBStorageFile(path)),
-      m_owns_file(true), m_undo_log(new (std::nothrow) LDBUndoLog),
-      m_expected_top(0), m_base_offset(0), m_pool(new (std::nothrow) LDBPagePool(this)) {}
+    : m_connection(connection), m_version(0), m_stamp(0), m_top(0), m_in_transaction(false),
+      m_layout(nullptr), m_file(new (std::nothrow) LDBStorageFile(path)), m_owns_file(true),
+      m_undo_log(new (std::nothrow) LDBUndoLog), m_expected_top(0), m_base_offset(0),
+      m_pool(new (std::nothrow) LDBPagePool(this)), m_object_owner(this) {}
 
 LDBStore::~LDBStore() {
+    ClearCache();
     delete m_pool;
     delete m_undo_log;
     if (m_owns_file) delete m_file;
@@ -30,7 +31,7 @@ bool LDBStore::Valid() const {
 void LDBStore::TakeFromHeader(const LDBHeader& header) {
     m_version = header.m_version;
     m_top = header.m_top;
-    m_root_address = header.m_root;
+    SetRootAddress(header.m_root);
     m_stamp = header.m_stamp;
 }
 
