@@ -1,0 +1,236 @@
+#include "btkfile.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "btkwidetext.h"
+#include "nyxstring.h"
+
+namespace {
+
+constexpr btkStatus kStatusTooLong = 11;
+// Wide characters of a name for the match, as many as the system's find record could hold.
+constexpr size_t kWideNameLimit = 1027;
+
+// The native form of `path` in `native`; false (errno ENAMETOOLONG) if it doesn't fit a btkPath.
+bool ToNative(const char* path, char* native) {
+    if (std::strlen(path) >= kBtkPathSize) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    btkPathToNative(native, path);
+    return true;
+}
+
+btkStatus Result(int rc) { return rc == 0 ? kBtkStatusSuccess : btkStatusFromLastError(); }
+
+bool IsLinkMode(mode_t mode) { return (mode & 0xF000) == 0xA000; }
+bool IsDirectoryMode(mode_t mode) { return (mode & 0xF000) == 0x4000; }
+
+int CompareNames(const void* first, const void* second) {
+    return std::strcmp(*static_cast<char* const*>(first), *static_cast<char* const*>(second));
+}
+
+// A snapshot of the directory, sorted by bytes, taken when the iterator is opened: the walk is
+// the same on every file system, and removing entries while walking can't disturb it.
+class btkSnapshotDirIterator : public btkDirIterator {
+public:
+    btkSnapshotDirIterator() : names(sizeof(char*)) {}
+    ~btkSnapshotDirIterator() override {
+        for (uint32_t i = 0; i < names.Count(); ++i) nyxStringFree(NameAt(i));
+    }
+
+    // False with errno set if the directory can't be read.
+    bool Load(const char* nativePath) {
+        DIR* dir = opendir(nativePath);
+        if (dir == nullptr) return false;
+        errno = 0;
+        while (dirent* entry = readdir(dir)) {
+            char* copy = nyxStrdup(entry->d_name);
+            if (copy == nullptr || !names.Append(&copy)) {
+                nyxStringFree(copy);
+                closedir(dir);
+                errno = ENOMEM;
+                return false;
+            }
+        }
+        int readError = errno;
+        closedir(dir);
+        if (readError != 0) {
+            errno = readError;
+            return false;
+        }
+        if (names.Count() > 1) std::qsort(names.At(0), names.Count(), sizeof(char*), CompareNames);
+        return true;
+    }
+
+    bool Next(char* name) override {
+        for (; next < names.Count(); ++next) {
+            const char* entry = NameAt(next);
+            if (std::strcmp(entry, ".") == 0 || std::strcmp(entry, "..") == 0) continue;
+            std::strncpy(name, entry, kBtkPathSize - 1);
+            name[kBtkPathSize - 1] = '\0';
+            ++next;
+            return true;
+        }
+        return false;
+    }
+
+    bool NextMatching(char* name, const char* pattern) override {
+        if (pattern == nullptr || *pattern == '\0') return true;
+        wchar_t* widePattern = btkMbsToWide(pattern);
+        if (widePattern == nullptr) return false;
+        bool found = false;
+        while (!found && Next(name)) {
+            wchar_t wideName[kWideNameLimit + 1];
+            btkMbsCopyToWide(wideName, name, kWideNameLimit);
+            wideName[kWideNameLimit] = L'\0';
+            found = btkWideMatch(wideName, widePattern);
+        }
+        delete[] widePattern;
+        return found;
+    }
+
+    bool List(dsBlockArray* list, const char* pattern) override {
+        bool any = false;
+        btkPath name;
+        // An empty pattern would give true without moving on: it stands for "every name".
+        const char* effective = pattern == nullptr || *pattern == '\0' ? "*" : pattern;
+        while (NextMatching(name, effective)) {
+            char* copy = new (std::nothrow) char[kBtkPathSize];
+            if (copy == nullptr) break;
+            std::memcpy(copy, name, kBtkPathSize);
+            if (!list->Append(&copy)) {
+                delete[] copy;
+                break;
+            }
+            any = true;
+        }
+        return any;
+    }
+
+private:
+    char* NameAt(uint32_t i) const { return *static_cast<char**>(names.At(i)); }
+
+    dsBlockArray names;
+    uint32_t next = 0;
+};
+
+}  // namespace
+
+btkStatus btkMakeDirectory(const char* path) {
+    btkPath native;
+    if (!ToNative(path, native)) return kStatusTooLong;
+    return Result(mkdir(native, 0777));
+}
+
+btkStatus btkDeleteFile(const char* path) {
+    btkPath native;
+    if (!ToNative(path, native)) return kStatusTooLong;
+    return Result(unlink(native));
+}
+
+btkStatus btkRemoveDirectory(const char* path) {
+    btkPath native;
+    if (!ToNative(path, native)) return kStatusTooLong;
+    struct stat st;
+    if (lstat(native, &st) == 0 && IsLinkMode(st.st_mode)) return Result(unlink(native));
+    return Result(rmdir(native));
+}
+
+btkFileInfo btkStatFile(const char* path) {
+    btkFileInfo info = {};
+    btkPath native;
+    if (!ToNative(path, native)) return info;
+    btkPathStripTrailing(native);
+    struct stat st;
+    if (stat(native, &st) != 0) return info;
+    info.exists = true;
+    info.isDirectory = IsDirectoryMode(st.st_mode);
+    info.canRead = info.canWrite = info.canExecute = true;
+    info.isLink = IsLinkMode(st.st_mode);
+    info.modificationTime = static_cast<int32_t>(static_cast<uint32_t>(st.st_mtime));
+    info.size = static_cast<uint32_t>(st.st_size);
+    return info;
+}
+
+btkStatus btkGetFileInfo(const char* path, btkFileInfo* info) {
+    btkFileInfo found = btkStatFile(path);
+    if (!found.exists) return kBtkStatusNoEntry;
+    *info = found;
+    return kBtkStatusSuccess;
+}
+
+btkStatus btkGetFileTime(const char* path, int32_t* time) {
+    btkFileInfo info;
+    btkStatus status = btkGetFileInfo(path, &info);
+    if (status == kBtkStatusSuccess) *time = info.modificationTime;
+    return status;
+}
+
+bool btkIsDirectory(const char* path) {
+    btkFileInfo info = btkStatFile(path);
+    return info.exists && info.isDirectory;
+}
+
+bool btkIsFile(const char* path) {
+    btkFileInfo info = btkStatFile(path);
+    return info.exists && !info.isDirectory;
+}
+
+bool btkIsLink(const char* path) {
+    btkFileInfo info = btkStatFile(path);
+    return info.exists && info.isLink;
+}
+
+btkDirIterator* btkOpenDirIterator(const char* path) {
+    btkPath native;
+    if (!ToNative(path, native)) return nullptr;
+    auto* iterator = new (std::nothrow) btkSnapshotDirIterator;
+    if (iterator == nullptr) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    if (!iterator->Load(native)) {
+        int error = errno;
+        delete iterator;
+        errno = error;
+        return nullptr;
+    }
+    return iterator;
+}
+
+btkStatus btkRemoveTree(const char* path) {
+    btkDirIterator* iterator = btkOpenDirIterator(path);
+    if (iterator == nullptr) return btkStatusFromLastError();
+    btkPath name;
+    while (iterator->Next(name)) {
+        btkPath full;
+        std::strcpy(full, path);
+        size_t before = std::strlen(full);
+        btkPathAppend(full, name);
+        // A name that doesn't fit would leave the directory's own path, and the walk would
+        // descend into it for ever.
+        if (std::strlen(full) == before) {
+            delete iterator;
+            return kStatusTooLong;
+        }
+        btkPath native;
+        btkPathToNative(native, full);
+        struct stat st;
+        if (lstat(native, &st) != 0) break;
+        btkStatus status = IsDirectoryMode(st.st_mode) ? btkRemoveTree(full) : btkDeleteFile(full);
+        if (status != kBtkStatusSuccess) {
+            delete iterator;
+            return status;
+        }
+    }
+    delete iterator;
+    return btkRemoveDirectory(path);
+}
