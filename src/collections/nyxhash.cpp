@@ -1,15 +1,15 @@
 #include "collections/nyxhash.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace {
 
-constexpr uint32_t kStateEmpty = 0;
-constexpr uint32_t kStateOccupied = 1;
-constexpr uint32_t kStateDeleted = 2;
-
 uint32_t StateOf(uint32_t header) { return header >> 30; }
+
+constexpr uint32_t kStateOccupied = nyxHashImpl::kStateOccupied;
+constexpr uint32_t kStateDeleted = nyxHashImpl::kStateDeleted;
 
 // Where an alignment can be told from the size alone: the largest power of two that divides
 // it, up to 8. Every key and value type of the library is aligned at most that strictly.
@@ -21,12 +21,8 @@ int32_t AlignmentOf(uint32_t size) {
 
 int32_t RoundUp(int32_t n, int32_t align) { return (n + align - 1) / align * align; }
 
-// n mod d by the precomputed reciprocal of d (Lemire's method); exact for every 32-bit n and d.
+// The reciprocal for n mod d by multiplication (Lemire's method); exact for every 32-bit n and d.
 uint64_t Reciprocal(uint32_t d) { return UINT64_MAX / d + 1; }
-uint32_t FastMod(uint32_t n, uint64_t reciprocal, uint32_t d) {
-    uint64_t low = reciprocal * n;
-    return static_cast<uint32_t>((static_cast<unsigned __int128>(low) * d) >> 64);
-}
 
 // A private copy of a key or value that lives inside the table: a growth frees the block
 // that it points into.
@@ -125,18 +121,8 @@ void nyxHashImpl::InitTable(int32_t initialCapacity) {
     Allocate(initialCapacity > 0 ? static_cast<uint32_t>(initialCapacity) : 0);
 }
 
-uint32_t nyxHashImpl::Header(const char* entry) {
-    uint32_t header;
-    memcpy(&header, entry, sizeof header);
-    return header;
-}
-
 void nyxHashImpl::SetHeader(char* entry, uint32_t header) {
     memcpy(entry, &header, sizeof header);
-}
-
-const void* nyxHashImpl::EntryKey(char* entry) const {
-    return DerivedKey() ? m_keyOfValue(entry + m_valueOffset) : entry + m_keyOffset;
 }
 
 bool nyxHashImpl::InTable(const void* p) const {
@@ -147,9 +133,10 @@ bool nyxHashImpl::InTable(const void* p) const {
 bool nyxHashImpl::Allocate(uint32_t size) {
     uint32_t capacity = nyxNextPrime(size);
     size_t bytes = static_cast<size_t>(capacity) * static_cast<size_t>(m_entrySize);
-    char* table = static_cast<char*>(::operator new(bytes, std::nothrow));
+    // Zeroed memory is a block of empty entries; fresh pages of a large block come zeroed
+    // from the system, which calloc knows and uses.
+    char* table = static_cast<char*>(calloc(bytes, 1));
     if (table == nullptr) return false;
-    memset(table, 0, bytes);
     m_table = table;
     m_capacity = static_cast<int32_t>(capacity);
     m_tableBytes = static_cast<int32_t>(bytes);
@@ -162,40 +149,8 @@ bool nyxHashImpl::Allocate(uint32_t size) {
 }
 
 char* nyxHashImpl::Probe(const void* key, uint32_t hash, char** slot) const {
-    if (slot) *slot = nullptr;
-    if (m_table == nullptr) return nullptr;
-    uint32_t capacity = static_cast<uint32_t>(m_capacity);
-    uint32_t place = FastMod(hash, m_capacityReciprocal, capacity);
-    // The smallest capacity is 13, so capacity - 2 is positive and the step never 0.
-    uint32_t step = FastMod(hash, m_stepReciprocal, capacity - 2) + 1;
-    char* deleted = nullptr;
-    // The path is known in advance, so the entries ahead are fetched while this one is read:
-    // in a large table every probe is a cache miss, and the misses then overlap.
-    uint32_t ahead = place + step;
-    if (ahead >= capacity) ahead -= capacity;
-    __builtin_prefetch(EntryAt(ahead));
-    for (uint32_t tried = 0; tried < capacity; ++tried) {
-        ahead += step;
-        if (ahead >= capacity) ahead -= capacity;
-        __builtin_prefetch(EntryAt(ahead));
-        char* entry = EntryAt(place);
-        uint32_t header = Header(entry);
-        uint32_t state = StateOf(header);
-        if (state == kStateOccupied) {
-            // The stored hash turns away nearly every foreign key before KeysEqual runs.
-            if ((header & kHashMask) == hash && KeysEqual(key, EntryKey(entry))) return entry;
-        } else if (state == kStateDeleted) {
-            // A deleted entry doesn't end the path: the key may lie behind it.
-            if (deleted == nullptr) deleted = entry;
-        } else {
-            if (slot) *slot = deleted ? deleted : entry;
-            return nullptr;
-        }
-        place += step;
-        if (place >= capacity) place -= capacity;
-    }
-    if (slot) *slot = deleted;
-    return nullptr;
+    return ProbeWith(hash, slot,
+                     [this, key](const char* entry) { return KeysEqual(key, EntryKey(entry)); });
 }
 
 void nyxHashImpl::Fill(char* entry, uint32_t hash, const void* key, const void* value) {
@@ -248,21 +203,41 @@ bool nyxHashImpl::Rehash(uint32_t size) {
     uint32_t oldCapacity = static_cast<uint32_t>(m_capacity);
     if (!Allocate(size)) return false;
     // Keys and values are copy-constructed into their new places and destroyed in the old:
-    // an element never moves by byte copy.
+    // an element never moves by byte copy. They go in from low to high old place. Their new
+    // places lie anywhere in the block, so each one's first entry is fetched a few entries
+    // before its turn and the cache misses overlap.
+    constexpr uint32_t kAhead = 8;
+    char* pending[kAhead];
+    uint32_t hashes[kAhead];
+    uint32_t seen = 0;
+    uint32_t capacity = static_cast<uint32_t>(m_capacity);
+    auto insert = [this](char* entry, uint32_t hash) {
+        // The keys are unique and the new block holds no deleted entry, so each one goes to
+        // the first empty entry on its path without comparing keys.
+        char* slot;
+        ProbeWith(hash, &slot, [](const char*) { return false; });
+        if (slot != nullptr) Fill(slot, hash, EntryKey(entry), EntryValue(entry));
+    };
     for (uint32_t place = 0; place < oldCapacity; ++place) {
         char* entry = oldTable + static_cast<size_t>(place) * m_entrySize;
         if (StateOf(Header(entry)) != kStateOccupied) continue;
-        const void* value = entry + m_valueOffset;
-        const void* key = DerivedKey() ? KeyOfValue(value) : entry + m_keyOffset;
-        PutHashed(key, value);
+        uint32_t hash = HashKey(EntryKey(entry)) & kHashMask;
+        __builtin_prefetch(EntryAt(FastMod(hash, m_capacityReciprocal, capacity)), 1);
+        uint32_t ring = seen % kAhead;
+        if (seen >= kAhead) insert(pending[ring], hashes[ring]);
+        pending[ring] = entry;
+        hashes[ring] = hash;
+        ++seen;
     }
+    for (uint32_t i = seen > kAhead ? seen - kAhead : 0; i < seen; ++i)
+        insert(pending[i % kAhead], hashes[i % kAhead]);
     for (uint32_t place = 0; place < oldCapacity; ++place) {
         char* entry = oldTable + static_cast<size_t>(place) * m_entrySize;
         if (StateOf(Header(entry)) != kStateOccupied) continue;
         DestroyElements(entry + m_valueOffset, 1);
         if (!DerivedKey()) DestroyKeys(entry + m_keyOffset, 1);
     }
-    ::operator delete(oldTable);
+    free(oldTable);
     return true;
 }
 
@@ -272,7 +247,7 @@ void nyxHashImpl::DestroyAll() {
         char* entry = EntryAt(static_cast<uint32_t>(place));
         if (StateOf(Header(entry)) == kStateOccupied) Delete(entry);
     }
-    ::operator delete(m_table);
+    free(m_table);
     m_table = nullptr;
     m_tableBytes = 0;
     m_capacity = 0;

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "collections/nyxelements.h"
 #include "collections/nyxkeyed.h"
@@ -36,6 +37,10 @@ uint32_t nyxNextPrime(uint32_t n);
 class nyxHashImpl : public nyxKeyedCollection {
 public:
     static constexpr uint32_t kHashMask = 0x3FFFFFFFu;
+    // The state in the top two bits of an entry's header word.
+    static constexpr uint32_t kStateEmpty = 0;
+    static constexpr uint32_t kStateOccupied = 1;
+    static constexpr uint32_t kStateDeleted = 2;
 
     // Key and value mode.
     explicit nyxHashImpl(nyxHashFunction hash);
@@ -105,16 +110,32 @@ protected:
     // allocates the first block.
     void InitTable(int32_t initialCapacity);
 
+    // The probe along the key's double-hashing path, with keysMatch(entry) telling whether an
+    // occupied entry of the same hash holds the key. Gives that entry, or null; when slot is
+    // given it also receives the entry an insertion would fill (the first deleted one on the
+    // path, else the empty one that ended it; null if the table is full). A typed shell
+    // passes its own inline key comparison; everything else goes through KeysEqual.
+    template <class KeysMatch>
+    char* ProbeWith(uint32_t hash, char** slot, KeysMatch keysMatch) const;
+    const void* EntryKey(const char* entry) const {
+        return m_keyOfValue ? m_keyOfValue(entry + m_valueOffset) : entry + m_keyOffset;
+    }
+    char* EntryValue(char* entry) const { return entry + m_valueOffset; }
+
 private:
     char* EntryAt(uint32_t place) const { return m_table + static_cast<size_t>(place) * m_entrySize; }
-    static uint32_t Header(const char* entry);
+    static uint32_t Header(const char* entry) {
+        uint32_t header;
+        memcpy(&header, entry, sizeof header);
+        return header;
+    }
     static void SetHeader(char* entry, uint32_t header);
-    const void* EntryKey(char* entry) const;
     bool InTable(const void* p) const;
+    static uint32_t FastMod(uint32_t n, uint64_t reciprocal, uint32_t d) {
+        uint64_t low = reciprocal * n;
+        return static_cast<uint32_t>((static_cast<unsigned __int128>(low) * d) >> 64);
+    }
 
-    // The probe along the key's double-hashing path. Gives the entry that holds the key, or
-    // null; when slot is given it also receives the entry an insertion would fill (the first
-    // deleted one on the path, else the empty one that ended it; null if the table is full).
     char* Probe(const void* key, uint32_t hash, char** slot) const;
     void Fill(char* entry, uint32_t hash, const void* key, const void* value);
     void Delete(char* entry);
@@ -144,6 +165,39 @@ private:
     nyxHashFunction m_hash;
     nyxKeyOfValueFunction m_keyOfValue;
 };
+
+template <class KeysMatch>
+char* nyxHashImpl::ProbeWith(uint32_t hash, char** slot, KeysMatch keysMatch) const {
+    if (slot) *slot = nullptr;
+    if (m_table == nullptr) return nullptr;
+    uint32_t capacity = static_cast<uint32_t>(m_capacity);
+    uint32_t place = FastMod(hash, m_capacityReciprocal, capacity);
+    // The step is worked out only when the first entry doesn't settle the matter, which in a
+    // table of spread keys is most of the time the case.
+    uint32_t step = 0;
+    char* deleted = nullptr;
+    for (uint32_t tried = 0; tried < capacity; ++tried) {
+        char* entry = EntryAt(place);
+        uint32_t header = Header(entry);
+        uint32_t state = header >> 30;
+        if (state == kStateOccupied) {
+            // The stored hash turns away nearly every foreign key before the keys are compared.
+            if ((header & kHashMask) == hash && keysMatch(entry)) return entry;
+        } else if (state == kStateDeleted) {
+            // A deleted entry doesn't end the path: the key may lie behind it.
+            if (deleted == nullptr) deleted = entry;
+        } else {
+            if (slot) *slot = deleted ? deleted : entry;
+            return nullptr;
+        }
+        // The smallest capacity is 13, so capacity - 2 is positive and the step never 0.
+        if (step == 0) step = FastMod(hash, m_stepReciprocal, capacity - 2) + 1;
+        place += step;
+        if (place >= capacity) place -= capacity;
+    }
+    if (slot) *slot = deleted;
+    return nullptr;
+}
 
 // Walks a keyed collection in table order; also the iterator of the stored maps.
 class nyxHashIterator : public nyxIterator {
@@ -206,8 +260,31 @@ public:
         return nyxElementTraits<K>::Equal(*static_cast<const K*>(a), *static_cast<const K*>(b));
     }
 
+    // The lookups compare keys inline: they are the hot path of the object table.
+    void* FindValue(const void* key) override {
+        char* entry = Lookup(key);
+        return entry ? this->EntryValue(entry) : nullptr;
+    }
+    bool ContainsKey(const void* key) override { return Lookup(key) != nullptr; }
+    bool GetValue(const void* key, void* value) override {
+        char* entry = Lookup(key);
+        if (entry == nullptr) return false;
+        this->AssignElements(value, this->EntryValue(entry), 1);
+        return true;
+    }
+
     V* Find(const K& key) { return static_cast<V*>(this->FindValue(&key)); }
     bool Put(const K& key, const V& value) { return this->PutValue(&key, &value); }
+
+private:
+    char* Lookup(const void* key) const {
+        const K& k = *static_cast<const K*>(key);
+        return this->ProbeWith(this->HashKey(key) & nyxHashImpl::kHashMask, nullptr,
+                               [this, &k](const char* entry) {
+                                   return nyxElementTraits<K>::Equal(
+                                       k, *static_cast<const K*>(this->EntryKey(entry)));
+                               });
+    }
 };
 
 // A table from K to V: stored maps (nyxString to reference), address translation (words).

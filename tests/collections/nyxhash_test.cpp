@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <random>
@@ -103,6 +104,39 @@ TEST(nyxHashTest, GrowsByHalfOnceUsedPassesSevenEighths) {
     table.Clear();
     EXPECT_EQ(table.GetCapacity(), 103);
     EXPECT_EQ(table.GetCount(), 0u);
+}
+
+std::vector<uint32_t> KeysInTableOrder(WordMap& table) {
+    std::vector<uint32_t> keys;
+    for (void* e = table.FirstEntry(nullptr); e != nullptr; e = table.FirstEntry(e))
+        keys.push_back(*static_cast<uint32_t*>(table.KeyOfEntry(e)));
+    return keys;
+}
+
+TEST(nyxHashTest, GrowthReinsertsInOldTableOrder) {
+    // The order of a grown table is that of a fresh table of the new capacity into which the
+    // old entries went from low to high place: stored maps write that order to the file.
+    std::mt19937 rng(3);
+    for (int round = 0; round < 20; ++round) {
+        WordMap grown(nyxWordHash, 100);
+        std::vector<uint32_t> keys;
+        while (grown.GetUsed() <= grown.GetThreshold()) {
+            uint32_t k = rng() % 5000;
+            if (grown.Put(k, k)) keys.push_back(k);
+            if (rng() % 4 == 0 && !keys.empty()) {
+                uint32_t gone = keys[rng() % keys.size()];
+                if (grown.RemoveKey(&gone, 1)) keys.erase(std::find(keys.begin(), keys.end(), gone));
+            }
+        }
+        std::vector<uint32_t> before = KeysInTableOrder(grown);
+        uint32_t last = 5000 + round;
+        ASSERT_TRUE(grown.Put(last, last));
+        ASSERT_EQ(grown.GetCapacity(), 157);
+        WordMap fresh(nyxWordHash, 157);
+        for (uint32_t k : before) fresh.Put(k, k);
+        fresh.Put(last, last);
+        ASSERT_EQ(KeysInTableOrder(grown), KeysInTableOrder(fresh));
+    }
 }
 
 TEST(nyxHashTest, DeletedEntriesStillCountTowardsTheRebuild) {
