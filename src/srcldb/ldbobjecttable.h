@@ -6,51 +6,61 @@
 #pragma once
 
 #include <cstdint>
-#include <unordered_map>
-#include <vector>
+
+#include "collections/nyxhash.h"
+#include "collections/nyxlist.h"
 
 class PDMc_LDBObject;
 
 class LDBObjectTable {
 public:
-    // Sized so that ordinary stores never grow it.
-    static constexpr uint32_t kInitialSize = 10000;
+    // Sized so that ordinary stores never rehash it.
+    static constexpr int32_t kInitialSize = 10000;
 
-    LDBObjectTable() { m_table.reserve(kInitialSize); }
+    LDBObjectTable() : m_table(nyxWordHash, kInitialSize) {}
 
-    PDMc_LDBObject* Find(uint32_t address) const {
-        auto it = m_table.find(address);
-        return it == m_table.end() ? nullptr : it->second;
+    PDMc_LDBObject* Find(uint32_t address) {
+        PDMc_LDBObject** found = m_table.Find(address);
+        return found != nullptr ? *found : nullptr;
     }
-    // False, with the table unchanged, when the address is already there.
-    bool Insert(uint32_t address, PDMc_LDBObject* object) {
-        return m_table.emplace(address, object).second;
-    }
-    void Remove(uint32_t address) { m_table.erase(address); }
-    uint32_t Count() const { return static_cast<uint32_t>(m_table.size()); }
-    // Every object, then an empty table: the caller destroys them.
-    std::vector<PDMc_LDBObject*> TakeAll() {
-        std::vector<PDMc_LDBObject*> all;
-        all.reserve(m_table.size());
-        for (const auto& entry : m_table) all.push_back(entry.second);
-        m_table.clear();
-        return all;
-    }
+    bool Contains(uint32_t address) { return m_table.ContainsKey(&address); }
+    // False when there is no memory for the entry.
+    bool Put(uint32_t address, PDMc_LDBObject* object) { return m_table.Put(address, object); }
+    void Remove(uint32_t address) { m_table.RemoveKey(&address, 1); }
+    uint32_t Count() const { return m_table.GetCount(); }
+    // Destroys every object in table order and empties the table.
+    void DestroyAll();
 
 private:
-    std::unordered_map<uint32_t, PDMc_LDBObject*> m_table;
+    nyxHashMapOf<uint32_t, PDMc_LDBObject*> m_table;
 };
 
 class LDBModifiedList {
 public:
-    void Append(PDMc_LDBObject* object) { m_list.push_back(object); }
-    void Clear() { m_list.clear(); }
-    bool IsEmpty() const { return m_list.empty(); }
-    uint32_t Count() const { return static_cast<uint32_t>(m_list.size()); }
-    // Null for an object that the commit has destroyed while the list still stood.
-    PDMc_LDBObject* At(uint32_t index) const { return m_list[index]; }
-    void Forget(uint32_t index) { m_list[index] = nullptr; }
+    // False when there is no memory for the entry.
+    bool Append(PDMc_LDBObject* object) { return m_list.InsertLast(&object); }
+    void Clear() { m_list.Clear(); }
+    bool IsEmpty() const { return m_list.IsEmpty(); }
+    uint32_t Count() const { return m_list.GetCount(); }
+
+    // A walk from the head. The object under it is null once the commit has destroyed it
+    // while the list still stood.
+    class Walk {
+    public:
+        explicit Walk(LDBModifiedList& list) : m_list(list.m_list), m_node(list.m_list.Head()) {}
+        bool AtEnd() const { return m_node == nullptr; }
+        void Next() { m_node = m_node->next; }
+        PDMc_LDBObject* Object() const { return *Slot(); }
+        void Forget() { *Slot() = nullptr; }
+
+    private:
+        PDMc_LDBObject** Slot() const {
+            return static_cast<PDMc_LDBObject**>(m_list.ElementOf(m_node));
+        }
+        nyxSingleListOf<PDMc_LDBObject*>& m_list;
+        nyxListNode* m_node;
+    };
 
 private:
-    std::vector<PDMc_LDBObject*> m_list;
+    nyxSingleListOf<PDMc_LDBObject*> m_list;
 };

@@ -68,8 +68,10 @@ int32_t LDBStore::LoadMembers(PDMc_LDBObject* object, uint8_t typeCode, LDBCurso
 
 int32_t LDBStore::AddToTable(PDMc_LDBObject* object, uint32_t address) {
     object->SetStorageAddress(address);
-    if (!m_objects.Insert(address, object))
+    if (m_objects.Contains(address))
         return NYX_INTERNAL_ERROR("Duplicate key in LDB object table", kSource);
+    if (!m_objects.Put(address, object))
+        return NYX_INTERNAL_ERROR("LDB object table: out of memory", kSource);
     return 0;
 }
 
@@ -83,7 +85,11 @@ void LDBStore::RemoveObject(PDMc_LDBObject* object) {
     delete object;
 }
 
-void LDBStore::AddToModifiedList(PDMc_LDBObject* object) { m_modified.Append(object); }
+void LDBStore::AddToModifiedList(PDMc_LDBObject* object) {
+    // The object can't be saved without its entry; the commit stops at the record.
+    if (!m_modified.Append(object))
+        nyxErrorPushInternal("LDB modified list: out of memory", kSource, __LINE__);
+}
 
 PDMc_LDBObject* LDBStore::GetRoot() { return m_root.GetTarget(); }
 
@@ -130,10 +136,21 @@ int32_t LDBStore::AssignAddress(PDMc_LDBObject* object) {
 void LDBStore::ClearCache() {
     SetRootAddress(RootAddress());
     // New objects are reached only through the list; stored ones through the table.
-    for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-        PDMc_LDBObject* object = m_modified.At(i);
+    for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+        PDMc_LDBObject* object = walk.Object();
         if (object != nullptr && object->GetStorageAddress() == 0) delete object;
     }
     m_modified.Clear();
-    for (PDMc_LDBObject* object : m_objects.TakeAll()) delete object;
+    m_objects.DestroyAll();
+}
+
+void LDBObjectTable::DestroyAll() {
+    {
+        // An object's destructor doesn't touch the table, so the walk stays valid.
+        nyxIteratorGuard walk(m_table);
+        if (walk.get() != nullptr)
+            for (walk->First(); !walk->AtEnd(); walk->Next())
+                delete *static_cast<PDMc_LDBObject**>(walk->Current());
+    }
+    m_table.Clear();
 }

@@ -68,8 +68,8 @@ int32_t LDBStore::CommitTransaction() {
         // Everything this commit will write lies between the old top and E; the undo log
         // goes right behind E, where no write of the commit can reach it.
         uint32_t size = 0;
-        for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-            PDMc_LDBObject* object = m_modified.At(i);
+        for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+            PDMc_LDBObject* object = walk.Object();
             if (!object->IsDeleted()) size += SizeForStore(object);
         }
         m_expected_top = oldTop + size;
@@ -83,8 +83,8 @@ int32_t LDBStore::CommitTransaction() {
         m_pool->RaiseDeviceHigh(oldTop - 1);
         // Every object that will be stored gets its address before the first one is written,
         // so that references between new objects come out right in any list order.
-        for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-            PDMc_LDBObject* object = m_modified.At(i);
+        for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+            PDMc_LDBObject* object = walk.Object();
             if (object->IsNew() && !object->IsDeleted() && AssignAddress(object) != 0)
                 return FailCommit();
         }
@@ -107,8 +107,8 @@ int32_t LDBStore::CommitTransaction() {
 
 int32_t LDBStore::LogPreImages() {
     uint8_t preImage[LDB_MAX_OBJECT_SIZE];
-    for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-        PDMc_LDBObject* object = m_modified.At(i);
+    for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+        PDMc_LDBObject* object = walk.Object();
         if (object->IsNew() || object->IsDeleted()) continue;
         const LDBClassDescriptor* descriptor = DescriptorOf(object->GetTypeCode());
         if (descriptor == nullptr) return nyxErrorCurrentCode();
@@ -164,12 +164,12 @@ int32_t LDBStore::MarkHeader(uint32_t undoAddress) {
 }
 
 int32_t LDBStore::WriteModifiedObjects() {
-    for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-        PDMc_LDBObject* object = m_modified.At(i);
+    for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+        PDMc_LDBObject* object = walk.Object();
         if (object->IsDeleted()) {
             // Its record stays as dead bytes until a compaction; nothing refers to it.
             RemoveObject(object);
-            m_modified.Forget(i);
+            walk.Forget();
         } else if (int32_t rc = StoreObject(object)) {
             return rc;
         }
@@ -204,8 +204,8 @@ int32_t LDBStore::FailCommit() {
 int32_t LDBStore::AbortTransaction() {
     if (!nyxErrorStackEmpty()) return nyxErrorCurrentCode();
     if (!m_in_transaction) return nyxErrorReport(2401, Path());
-    for (uint32_t i = 0; i < m_modified.Count(); ++i) {
-        PDMc_LDBObject* object = m_modified.At(i);
+    for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
+        PDMc_LDBObject* object = walk.Object();
         if (object->IsNew())
             RemoveObject(object);
         else

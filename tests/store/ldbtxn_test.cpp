@@ -240,6 +240,14 @@ TEST_F(Transactions, StartCommitAndAbortRefuseOutOfOrderCalls) {
     EXPECT_FALSE(store->InTransaction());
 }
 
+TEST_F(Transactions, StartOnAVanishedFileReportsTheCloseAboveTheOpen) {
+    MakeTwoObjects();
+    ASSERT_EQ(std::remove(path.c_str()), 0);
+    EXPECT_EQ(store->StartTransaction(), 2410);
+    EXPECT_EQ(testsupport::StackCodes(), (std::vector<int>{2410, 2408}));
+    EXPECT_FALSE(store->InTransaction());
+}
+
 TEST_F(Transactions, FailedWriteBeforeTheMarkLeavesTheOldStateAndAUsableStore) {
     MakeTwoObjects();
     std::vector<unsigned char> before = ReadFileBytes(path);
