@@ -66,22 +66,22 @@ PDMc_LDBAppObj* NewObject(LDBStore* store, const char* text) {
     return object;
 }
 
+// Skips the case with the reason when the store step failed.
+bool Ok(benchmark::State& state, int32_t rc, const char* what) {
+    if (rc != 0) state.SkipWithError(what);
+    return rc == 0;
+}
+
 void BM_CommitManyNewObjects(benchmark::State& state) {
     const int objects = 100000;
     for (auto _ : state) {
         ScratchStore scratch;
         LDBStore* store = scratch.get();
-        if (store == nullptr || store->StartTransaction() != 0) {
-            state.SkipWithError("no store");
-            return;
-        }
+        if (!Ok(state, store == nullptr ? 1 : store->StartTransaction(), "start failed")) return;
         FlushCounter counter;
         auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < objects; ++i) NewObject(store, "small object");
-        if (store->CommitTransaction() != 0) {
-            state.SkipWithError("commit failed");
-            return;
-        }
+        if (!Ok(state, store->CommitTransaction(), "commit failed")) return;
         double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         state.SetIterationTime(seconds);
         state.counters["us_per_object"] = seconds * 1e6 / objects;
@@ -95,10 +95,7 @@ void BM_SingleObjectCommits(benchmark::State& state) {
     for (auto _ : state) {
         ScratchStore scratch;
         LDBStore* store = scratch.get();
-        if (store == nullptr || store->StartTransaction() != 0) {
-            state.SkipWithError("no store");
-            return;
-        }
+        if (!Ok(state, store == nullptr ? 1 : store->StartTransaction(), "start failed")) return;
         PDMc_LDBAppObj* root = NewObject(store, "0");
         store->SetRootObject(root);
         store->CommitTransaction();
@@ -106,19 +103,13 @@ void BM_SingleObjectCommits(benchmark::State& state) {
         auto start = std::chrono::steady_clock::now();
         // Half the commits change a stored object (an undo record), half add a new one.
         for (int i = 0; i < commits; ++i) {
-            if (store->StartTransaction() != 0) {
-                state.SkipWithError("start failed");
-                return;
-            }
+            if (!Ok(state, store->StartTransaction(), "start failed")) return;
             if (i % 2 == 0) {
                 root->MarkModified();
             } else {
                 NewObject(store, "one more");
             }
-            if (store->CommitTransaction() != 0) {
-                state.SkipWithError("commit failed");
-                return;
-            }
+            if (!Ok(state, store->CommitTransaction(), "commit failed")) return;
         }
         double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         state.SetIterationTime(seconds);

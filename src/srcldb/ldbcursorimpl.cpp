@@ -19,42 +19,37 @@ bool LDBPoolCursor::HoldsRange(uint32_t address, uint32_t count) const {
     return address >= low && address <= high && count <= high - address + 1;
 }
 
-int32_t LDBPoolCursor::ReadBytes(uint8_t* out, uint32_t count) {
+template <class PageAccess>
+int32_t LDBPoolCursor::Transfer(uint32_t count, const char* refusal, PageAccess access) {
     if (count == 0) return 0;
-    if (!HoldsRange(m_address, count))
-        return NYX_INTERNAL_ERROR("LDB cursor read outside the store", kSource);
+    if (!HoldsRange(m_address, count)) return NYX_INTERNAL_ERROR(refusal, kSource);
     uint32_t address = m_address;
-    while (count > 0) {
+    uint32_t done = 0;
+    while (done < count) {
         LDBPageBuffer* page = m_pin.Page(address);
         if (page == nullptr) return nyxErrorCurrentCode();
         uint32_t room = page->HighAddress() - address + 1;
-        uint32_t n = count < room ? count : room;
-        page->Read(address, out, n);
+        uint32_t n = count - done < room ? count - done : room;
+        access(page, address, done, n);
         address += n;
-        out += n;
-        count -= n;
+        done += n;
     }
     m_address = address;
     return 0;
 }
 
+int32_t LDBPoolCursor::ReadBytes(uint8_t* out, uint32_t count) {
+    return Transfer(count, "LDB cursor read outside the store",
+                    [out](LDBPageBuffer* page, uint32_t address, uint32_t done, uint32_t n) {
+                        page->Read(address, out + done, n);
+                    });
+}
+
 int32_t LDBPoolCursor::WriteBytes(const uint8_t* bytes, uint32_t count) {
-    if (count == 0) return 0;
-    if (!HoldsRange(m_address, count))
-        return NYX_INTERNAL_ERROR("LDB cursor write outside the store", kSource);
-    uint32_t address = m_address;
-    while (count > 0) {
-        LDBPageBuffer* page = m_pin.Page(address);
-        if (page == nullptr) return nyxErrorCurrentCode();
-        uint32_t room = page->HighAddress() - address + 1;
-        uint32_t n = count < room ? count : room;
-        page->Write(address, bytes, n);
-        address += n;
-        bytes += n;
-        count -= n;
-    }
-    m_address = address;
-    return 0;
+    return Transfer(count, "LDB cursor write outside the store",
+                    [bytes](LDBPageBuffer* page, uint32_t address, uint32_t done, uint32_t n) {
+                        page->Write(address, bytes + done, n);
+                    });
 }
 
 int32_t LDBPoolCursor::Allocate(uint32_t size, uint32_t& address) {

@@ -39,6 +39,11 @@ public:
     static int32_t WriteByteAt(LDBPagePin& pin, uint32_t address, uint8_t byte);
 
 private:
+    // Moves count bytes page by page through access(page, address, done, n), after checking
+    // that all of them lie within the data.
+    template <class PageAccess>
+    int32_t Transfer(uint32_t count, const char* refusal, PageAccess access);
+
     LDBStore* m_store;
     uint32_t m_address;
     LDBPagePin m_pin;
