@@ -31,6 +31,10 @@ public:
     // The target, resolving first when needed. This is how code follows a reference.
     PDMc_LDBObject* GetTarget();
 
+    // The field that holds the target while the reference is resolved. The stored containers
+    // hand its address out as the element of their collection face.
+    PDMc_LDBObject** TargetField() { return &m_target.object; }
+
     bool IsNull() const { return m_key == 0 && m_target.object == nullptr; }
     bool IsResolved() const { return m_key == 0; }
 

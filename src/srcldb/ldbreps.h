@@ -1,11 +1,14 @@
 // The in-memory forms of the list-like members, as the member readers and writers see them:
 // an array of references (member type 32), a map from text to reference (33) and an array of
-// 32-bit ids (34). A class holds whatever implements these; the simple vectors and table below
-// serve until the stored containers carry their own collections.
+// 32-bit ids (34). The readers and writers know only the narrow interfaces; the classes below
+// keep the elements in the library's own collections, so that a map's capacity and entry order
+// on disk are those of its hash table.
 #pragma once
 
 #include <cstdint>
 
+#include "collections/nyxhash.h"
+#include "collections/nyxxarray.h"
 #include "nyxstring.h"
 #include "srcldb/ldbref.h"
 
@@ -50,67 +53,71 @@ public:
     virtual int32_t VisitEntries(LDBMapEntryVisitor visit, void* context) const = 0;
 };
 
+using LDBRefXArray = nyxXArrayOf<PDMc_LDBRef>;
+using LDBIdXArray = nyxXArrayOf<uint32_t>;
+using LDBRefHashTable = nyxHashMapOf<nyxString, PDMc_LDBRef>;
+
+// References in a dynamic array of the default settings.
 class LDBRefVector : public LDBRefArrayRep {
 public:
-    LDBRefVector() : m_items(nullptr), m_count(0) {}
+    LDBRefVector() = default;
     LDBRefVector(const LDBRefVector&) = delete;
     LDBRefVector& operator=(const LDBRefVector&) = delete;
-    ~LDBRefVector() override { delete[] m_items; }
 
-    uint32_t Count() const override { return m_count; }
-    const PDMc_LDBRef& At(uint32_t index) const override { return m_items[index]; }
-    PDMc_LDBRef& At(uint32_t index) override { return m_items[index]; }
+    uint32_t Count() const override { return m_items.GetCount(); }
+    const PDMc_LDBRef& At(uint32_t index) const override;
+    PDMc_LDBRef& At(uint32_t index) override { return *m_items.At(index); }
     int32_t SetCount(uint32_t count) override;
-    void Clear() override;
+    void Clear() override { m_items.Clear(); }
     int32_t Append(const PDMc_LDBRef& value);
 
+    LDBRefXArray& Items() { return m_items; }
+    const LDBRefXArray& Items() const { return m_items; }
+
 private:
-    PDMc_LDBRef* m_items;
-    uint32_t m_count;
+    LDBRefXArray m_items;
 };
 
+// Ids in a dynamic array of the default settings.
 class LDBIdVector : public LDBIdArrayRep {
 public:
-    LDBIdVector() : m_items(nullptr), m_count(0) {}
+    LDBIdVector() = default;
     LDBIdVector(const LDBIdVector&) = delete;
     LDBIdVector& operator=(const LDBIdVector&) = delete;
-    ~LDBIdVector() override { delete[] m_items; }
 
-    uint32_t Count() const override { return m_count; }
-    uint32_t At(uint32_t index) const override { return m_items[index]; }
-    void SetAt(uint32_t index, uint32_t value) override { m_items[index] = value; }
+    uint32_t Count() const override { return m_items.GetCount(); }
+    uint32_t At(uint32_t index) const override;
+    void SetAt(uint32_t index, uint32_t value) override { m_items.SetAt(index, &value); }
     int32_t SetCount(uint32_t count) override;
-    void Clear() override;
+    void Clear() override { m_items.Clear(); }
     int32_t Append(uint32_t value);
 
+    LDBIdXArray& Items() { return m_items; }
+    const LDBIdXArray& Items() const { return m_items; }
+
 private:
-    uint32_t* m_items;
-    uint32_t m_count;
+    LDBIdXArray m_items;
 };
 
-// Entries in the order they were inserted; keys compared by bytes.
+// References by text key in a hash table in key and value mode. Keys compare by bytes. The
+// capacity given is the table's initial one, raised to the next prime of the table.
 class LDBRefStringTable : public LDBRefMapRep {
 public:
-    explicit LDBRefStringTable(uint32_t capacity) : m_entries(nullptr), m_count(0), m_room(0),
-                                                   m_capacity(capacity) {}
+    explicit LDBRefStringTable(uint32_t capacity)
+        : m_table(nyxStringHash, static_cast<int32_t>(capacity)) {}
     LDBRefStringTable(const LDBRefStringTable&) = delete;
     LDBRefStringTable& operator=(const LDBRefStringTable&) = delete;
-    ~LDBRefStringTable() override { delete[] m_entries; }
 
-    uint32_t Capacity() const override { return m_capacity; }
-    uint32_t Count() const override { return m_count; }
-    void Clear() override;
+    uint32_t Capacity() const override { return static_cast<uint32_t>(m_table.GetCapacity()); }
+    uint32_t Count() const override { return m_table.GetCount(); }
+    void Clear() override { m_table.Clear(); }
     int32_t Insert(const nyxString& key, const PDMc_LDBRef& value) override;
     PDMc_LDBRef* Find(const char* key) override;
     int32_t VisitEntries(LDBMapEntryVisitor visit, void* context) const override;
 
+    LDBRefHashTable& Table() { return m_table; }
+    const LDBRefHashTable& Table() const { return m_table; }
+
 private:
-    struct Entry {
-        nyxString key;
-        PDMc_LDBRef value;
-    };
-    Entry* m_entries;
-    uint32_t m_count;
-    uint32_t m_room;
-    uint32_t m_capacity;
+    LDBRefHashTable m_table;
 };

@@ -1,9 +1,26 @@
 #include "srcldb/ldbvalue.h"
 
-PDMc_LDBValue::PDMc_LDBValue(const PDMc_LDBValue& other) : m_kind(kNone) {
-    m_scalar.integer = 0;
-    *this = other;
+PDMc_LDBValue::PDMc_LDBValue(int32_t value) : PDMc_LDBValue() { SetInteger(value); }
+
+PDMc_LDBValue::PDMc_LDBValue(double value) : PDMc_LDBValue() { SetDouble(value); }
+
+PDMc_LDBValue::PDMc_LDBValue(bool value) : PDMc_LDBValue() { SetBoolean(value); }
+
+PDMc_LDBValue::PDMc_LDBValue(const char* value) : PDMc_LDBValue() { SetString(value); }
+
+PDMc_LDBValue::PDMc_LDBValue(const nyxString& value) : PDMc_LDBValue() {
+    SetString(value.c_str());
 }
+
+PDMc_LDBValue::PDMc_LDBValue(const PDMc_LDBRef& value) : PDMc_LDBValue() { SetReference(value); }
+
+PDMc_LDBValue PDMc_LDBValue::FromDateTime(uint32_t value) {
+    PDMc_LDBValue made;
+    made.SetDateTime(value);
+    return made;
+}
+
+PDMc_LDBValue::PDMc_LDBValue(const PDMc_LDBValue& other) : PDMc_LDBValue() { *this = other; }
 
 PDMc_LDBValue& PDMc_LDBValue::operator=(const PDMc_LDBValue& other) {
     if (this == &other) return *this;
