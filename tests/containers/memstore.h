@@ -87,11 +87,12 @@ public:
 
     // Every object goes; the next lookup of an address reads it anew.
     void DropCache() {
-        for (auto& entry : objects) delete entry.second;
-        objects.clear();
+        // New objects are only on the list; the rest are in the table.
         for (PDMc_LDBObject* object : modified)
             if (object->GetStorageAddress() == 0) delete object;
         modified.clear();
+        for (auto& entry : objects) delete entry.second;
+        objects.clear();
     }
 
     bool IsModified(const PDMc_LDBObject* object) const {
