@@ -10,4 +10,7 @@ PDMc_WSDD::PDMc_WSDD() = default;
 
 PDMc_WSDD::PDMc_WSDD(LDBObjectOwner* owner) : PDMc_LDBObject(owner, kTypeCode, kClassVersion) {}
 
+PDMc_WSDD::PDMc_WSDD(LDBObjectOwner* owner, const char* depClass, int32_t type)
+    : PDMc_LDBObject(owner, kTypeCode, kClassVersion), m_class(depClass), m_type(type) {}
+
 const char* PDMc_WSDD::GetClassName() const { return "PDMc_WSDD"; }

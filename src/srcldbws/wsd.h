@@ -40,8 +40,13 @@ public:
     PDMc_WSDD();
     // A new object of the owner, at once on its modified list.
     explicit PDMc_WSDD(LDBObjectOwner* owner);
+    // A new definition of the class and type; it never changes afterwards.
+    PDMc_WSDD(LDBObjectOwner* owner, const char* depClass, int32_t type);
 
     const char* GetClassName() const override;
+
+    const nyxString& GetClass() const { return m_class; }
+    int32_t GetType() const { return m_type; }
 
 private:
     friend struct LDBSchema;

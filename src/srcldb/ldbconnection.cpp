@@ -1,0 +1,273 @@
+#include "ldbconnection.h"
+
+#include <new>
+
+#include "collections/nyxlist.h"
+#include "errors/nyxerror.h"
+#include "srcldb/ldblfopq.h"
+#include "srcldb/ldbattr.h"
+#include "srcldb/ldbcontainer.h"
+#include "srcldb/ldbroot.h"
+#include "srcldb/ldbschema.h"
+#include "srcldb/ldbstglayout.h"
+#include "srcldb/ldbstore.h"
+#include "srcldbws/wsd.h"
+
+namespace {
+// Every connection of the process. Made at first use, gone at process end; the library is
+// used by one thread at a time, so nothing locks it.
+nyxSingleListOf<PDMc_LDB*>& Connections() {
+    static nyxSingleListOf<PDMc_LDB*> list;
+    return list;
+}
+}  // namespace
+
+PDMc_LDB::PDMc_LDB()
+    : PDMc_LDBObject(nullptr, kTypeCode, kClassVersion),
+      m_reference_count(0),
+      m_store(nullptr),
+      m_layout(nullptr),
+      m_file_queue(nullptr) {
+    // The connection is its own owner; it never goes on a modified list.
+    SetOwner(this);
+}
+
+PDMc_LDB::~PDMc_LDB() {
+    // The store is gone already: a disconnect or a delete destroyed it.
+    delete m_file_queue;
+    delete m_layout;
+}
+
+PDMc_LDB* PDMc_LDB::FindConnection(const char* path) {
+    nyxSingleListOf<PDMc_LDB*>& list = Connections();
+    for (nyxListNode* node = list.Head(); node != nullptr; node = node->next) {
+        PDMc_LDB* connection = *static_cast<PDMc_LDB**>(list.ElementOf(node));
+        if (connection->m_store != nullptr && connection->m_store->File().SamePath(path))
+            return connection;
+    }
+    return nullptr;
+}
+
+PDMc_LDB* PDMc_LDB::MakeConnection() {
+    PDMc_LDB* connection = new (std::nothrow) PDMc_LDB();
+    if (connection == nullptr) return nullptr;
+    connection->m_file_queue = new (std::nothrow) PDMc_LFOPQ();
+    connection->m_layout = new (std::nothrow) LDBStorageLayout();
+    if (connection->m_file_queue == nullptr || connection->m_layout == nullptr) {
+        nyxErrorPushInternal("no memory for a connection", "srcldb/ldbconnection", __LINE__);
+    } else {
+        LDBDefineSchema(*connection->m_layout);
+    }
+    // Any record on the stack now, old or new, means no connection is made.
+    if (!nyxErrorStackEmpty()) {
+        delete connection;
+        return nullptr;
+    }
+    PDMc_LDB* element = connection;
+    Connections().InsertLast(&element);
+    return connection;
+}
+
+void PDMc_LDB::DestroyConnection(PDMc_LDB* connection) {
+    PDMc_LDB* element = connection;
+    Connections().Remove(&element, -1);
+    delete connection;
+}
+
+PDMc_LDB* PDMc_LDB::CreateDatabase(const nyxString& path) {
+    if (FindConnection(path.c_str()) != nullptr) {
+        nyxErrorReport(2406, path);
+        return nullptr;
+    }
+    PDMc_LDB* connection = MakeConnection();
+    if (connection == nullptr) return nullptr;
+    connection->m_store = LDBStore::CreateStore(connection, path);
+    if (connection->m_store == nullptr) {
+        DestroyConnection(connection);
+        return nullptr;
+    }
+    connection->m_store->SetLayout(connection->m_layout);
+    connection->m_store->SetObjectOwner(connection);
+    connection->m_reference_count = 1;
+    if (connection->EnsureRoot() != 0) {
+        DeleteDatabase(connection);
+        return nullptr;
+    }
+    return connection;
+}
+
+void PDMc_LDB::DeleteDatabase(PDMc_LDB* connection) {
+    if (connection->m_reference_count > 1) {
+        nyxErrorReport(2412, connection->GetPath());
+        return;
+    }
+    if (LDBStore::DeleteStore(connection->m_store) == 0) {
+        connection->m_store = nullptr;
+        DestroyConnection(connection);
+    }
+}
+
+PDMc_LDB* PDMc_LDB::ConnectDatabase(const nyxString& path) {
+    if (PDMc_LDB* found = FindConnection(path.c_str())) {
+        // A failed commit or abort can leave the store without its header's data.
+        if (found->m_store->Version() == 0 && found->EnsureRoot() != 0) return nullptr;
+        ++found->m_reference_count;
+        return found;
+    }
+    PDMc_LDB* connection = MakeConnection();
+    if (connection == nullptr) return nullptr;
+    connection->m_store = LDBStore::ConnectStore(connection, path);
+    if (connection->m_store == nullptr) {
+        DestroyConnection(connection);
+        return nullptr;
+    }
+    connection->m_store->SetLayout(connection->m_layout);
+    connection->m_store->SetObjectOwner(connection);
+    connection->m_reference_count = 1;
+    if (connection->EnsureRoot() != 0) {
+        DisconnectDatabase(connection);
+        return nullptr;
+    }
+    return connection;
+}
+
+int32_t PDMc_LDB::DisconnectDatabase(PDMc_LDB* connection) {
+    if (--connection->m_reference_count > 0) return 0;
+    // Refused while a record stands or a transaction is open: the connection waits with its
+    // store for the next connect.
+    connection->m_reference_count = 0;
+    if (int32_t rc = LDBStore::CloseStore(connection->m_store)) return rc;
+    connection->m_store = nullptr;
+    DestroyConnection(connection);
+    return nyxErrorCurrentCode();
+}
+
+int32_t PDMc_LDB::EnsureRoot() {
+    if (int32_t rc = Start()) return rc;
+    if (GetRoot() == nullptr) {
+        PDMc_LDBRoot* root = CreateRootObject(this);
+        if (root == nullptr) {
+            int32_t code = nyxErrorCurrentCode();
+            Abort();
+            return code;
+        }
+        m_store->SetRootObject(root);
+    }
+    return Commit();
+}
+
+int32_t PDMc_LDB::Start() { return m_store->StartTransaction(); }
+
+int32_t PDMc_LDB::Commit() {
+    if (int32_t rc = m_file_queue->Commit()) return rc;
+    return m_store->CommitTransaction();
+}
+
+int32_t PDMc_LDB::Abort() {
+    if (int32_t rc = m_file_queue->Abort()) return rc;
+    return m_store->AbortTransaction();
+}
+
+bool PDMc_LDB::IsInTransaction() const { return m_store->InTransaction(); }
+
+const nyxString& PDMc_LDB::GetPath() const { return m_store->Path(); }
+
+PDMc_LDBRoot* PDMc_LDB::GetRoot() {
+    PDMc_LDBObject* root = m_store->GetRoot();
+    if (root == nullptr || root->GetTypeCode() != PDMc_LDBRoot::kTypeCode) return nullptr;
+    return static_cast<PDMc_LDBRoot*>(root);
+}
+
+PDMc_LDB* PDMc_LDB::FromObject(PDMc_LDBObject* object) {
+    if (object == nullptr || object->GetTypeCode() != kTypeCode) return nullptr;
+    return static_cast<PDMc_LDB*>(object);
+}
+
+PDMc_LDBRef* PDMc_LDB::GetAttrs() {
+    PDMc_LDBRoot* root = GetRoot();
+    return root ? root->GetAttrs() : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::FindOrLoadObject(uint32_t address) {
+    return m_store->FindOrLoadObject(address);
+}
+
+void PDMc_LDB::AddToModifiedList(PDMc_LDBObject* object) { m_store->AddToModifiedList(object); }
+
+PDMc_LDBMap* PDMc_LDB::RootMap(PDMc_LDBMap* (PDMc_LDBRoot::*which)()) {
+    PDMc_LDBRoot* root = GetRoot();
+    return root ? (root->*which)() : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::FindWorkspace(const char* name) {
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetWorkspaces);
+    return map ? map->Find(name) : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::FindItemTypeDef(const char* name) {
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetPITypeDefs);
+    return map ? map->Find(name) : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::FindAttrDef(const char* name) {
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetAttrDefs);
+    return map ? map->Find(name) : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::CreateAttrDef(const char* name) {
+    if (FindAttrDef(name) != nullptr) {
+        nyxErrorReport(1901, name);
+        return nullptr;
+    }
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetAttrDefs);
+    if (map == nullptr) return nullptr;
+    PDMc_LAD* definition = new (std::nothrow) PDMc_LAD(this, name);
+    if (definition == nullptr || !map->Put(name, definition)) {
+        nyxErrorPushInternal("no memory for an attribute definition", "srcldb/ldbconnection",
+                             __LINE__);
+        return nullptr;
+    }
+    return definition;
+}
+
+PDMc_LDBObject* PDMc_LDB::FindDepDef(const char* depClass, int32_t type) {
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetDepDefs);
+    return map ? map->Find(PDMc_LDBRoot::DepDefKey(depClass, type).c_str()) : nullptr;
+}
+
+PDMc_LDBObject* PDMc_LDB::CreateDepDef(const char* depClass, int32_t type) {
+    if (FindDepDef(depClass, type) != nullptr) {
+        nyxErrorReport(1901, depClass);
+        return nullptr;
+    }
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetDepDefs);
+    if (map == nullptr) return nullptr;
+    PDMc_WSDD* definition = new (std::nothrow) PDMc_WSDD(this, depClass, type);
+    if (definition == nullptr ||
+        !map->Put(PDMc_LDBRoot::DepDefKey(depClass, type).c_str(), definition)) {
+        nyxErrorPushInternal("no memory for a dependency definition", "srcldb/ldbconnection",
+                             __LINE__);
+        return nullptr;
+    }
+    return definition;
+}
+
+nyxCollection* PDMc_LDB::Workspaces() { return RootMap(&PDMc_LDBRoot::GetWorkspaces); }
+
+bool PDMc_LDB::CheckIntegrity() {
+    PDMc_LDBMap* workspaces = RootMap(&PDMc_LDBRoot::GetWorkspaces);
+    // A database without workspaces has nothing the check could find.
+    if (workspaces == nullptr || workspaces->GetCount() == 0) return false;
+    nyxErrorPushInternal("LDB integrity check of workspaces is not available",
+                         "srcldb/ldbconnection", __LINE__);
+    return false;
+}
+
+void PDMc_LDB::UpgradeDatabase(const nyxString& path) {
+    if (FindConnection(path.c_str()) != nullptr) {
+        nyxErrorReport(2412, path);
+        return;
+    }
+    nyxErrorPushInternal("LDB upgrade of older files is not available", "srcldb/ldbconnection",
+                         __LINE__);
+}

@@ -1,0 +1,98 @@
+// PDMc_LDB: one open database in this process, what a client holds as an LDB handle. It owns
+// the store, the storage layout and the file operation queue, counts its connects, and is the
+// owner of every object of its store. One file has at most one connection in a process: more
+// connects to it, by any spelling of its path, share that connection and count up.
+//
+// A connection is built (count 0, no store), connected (count 1 or more), or waiting (count 0
+// with a store, after a disconnect that was refused; the next connect revives it).
+#pragma once
+
+#include <cstdint>
+
+#include "nyxstring.h"
+#include "srcldb/ldbobject.h"
+#include "srcldb/ldbobjectowner.h"
+
+class LDBStore;
+class LDBStorageLayout;
+class PDMc_LFOPQ;
+class PDMc_LDBRoot;
+class PDMc_LDBMap;
+class nyxCollection;
+struct PDMLDBCompactOptions;
+
+class PDMc_LDB final : public PDMc_LDBObject, public LDBObjectOwner {
+public:
+    static constexpr uint8_t kTypeCode = LDB_TYPE_CONNECTION;
+    static constexpr uint8_t kClassVersion = 1;
+
+    ~PDMc_LDB() override;
+
+    // The connection whose store's file is the same file, or null.
+    static PDMc_LDB* FindConnection(const char* path);
+    // A new connection with its layout and schema and an empty queue, entered on the list;
+    // null while any record stands on the error stack.
+    static PDMc_LDB* MakeConnection();
+    static void DestroyConnection(PDMc_LDB* connection);
+
+    static PDMc_LDB* CreateDatabase(const nyxString& path);
+    static PDMc_LDB* ConnectDatabase(const nyxString& path);
+    static int32_t DisconnectDatabase(PDMc_LDB* connection);
+    // The failure path of a create: removes the new file unless another connect shares it.
+    static void DeleteDatabase(PDMc_LDB* connection);
+
+    // Runs one transaction that makes the root with its four maps if the file has none.
+    int32_t EnsureRoot();
+
+    int32_t Start();
+    // The file queue's step first; only if it succeeded the store's.
+    int32_t Commit();
+    int32_t Abort();
+    bool IsInTransaction() const;
+    const nyxString& GetPath() const;
+    // The root object, loaded if need be; null when the store has none yet.
+    PDMc_LDBRoot* GetRoot();
+
+    // Lookups on the root's maps give the object or null and push nothing. The creators push
+    // 1901 (the key; for a dependency definition the class) when the key is taken.
+    PDMc_LDBObject* FindWorkspace(const char* name);
+    PDMc_LDBObject* FindItemTypeDef(const char* name);
+    PDMc_LDBObject* FindAttrDef(const char* name);
+    PDMc_LDBObject* CreateAttrDef(const char* name);
+    PDMc_LDBObject* FindDepDef(const char* depClass, int32_t type);
+    PDMc_LDBObject* CreateDepDef(const char* depClass, int32_t type);
+    // The live map of workspaces, for a cursor; null when the root can't be had.
+    nyxCollection* Workspaces();
+    // True when the check of some workspace printed a finding.
+    bool CheckIntegrity();
+
+    // Upgrades the file of an older format in place; refused (2412) while it is connected.
+    static void UpgradeDatabase(const nyxString& path);
+
+    LDBStore* Store() const { return m_store; }
+    const LDBStorageLayout* Layout() const { return m_layout; }
+    PDMc_LFOPQ* FileQueue() const { return m_file_queue; }
+    int32_t ReferenceCount() const { return m_reference_count; }
+
+    // A handle of either kind gives back the connection.
+    static PDMc_LDB* FromObject(PDMc_LDBObject* object);
+
+    // PDMc_LDBObject: the connection has no record; its attribute holder is the root's.
+    const char* GetClassName() const override { return "PDMc_LDB"; }
+    PDMc_LDBRef* GetAttrs() override;
+
+    // LDBObjectOwner: objects reach their store through the connection.
+    PDMc_LDBObject* FindOrLoadObject(uint32_t address) override;
+    void AddToModifiedList(PDMc_LDBObject* object) override;
+
+private:
+    PDMc_LDB();
+
+    // One of the root's four maps; null when the root or the map can't be had.
+    PDMc_LDBMap* RootMap(PDMc_LDBMap* (PDMc_LDBRoot::*which)());
+
+    int32_t m_reference_count;
+    LDBStore* m_store;
+    LDBStorageLayout* m_layout;
+    PDMc_LFOPQ* m_file_queue;
+};
