@@ -147,9 +147,14 @@ int32_t TypeDefinitions(LDBHandle ldb, const char* typeName, LDBObjectHandle& de
     return 0;
 }
 
-// The attribute names of the definitions object, in its map's order.
-int32_t DefinitionNames(LDBObjectHandle defs, int& count, const char**& names) {
+// The definitions object of the type and its attribute names, in its map's order. 0 with no
+// names when there are none; the caller deletes `names`.
+int32_t DefinitionNames(LDBHandle ldb, const char* typeName, LDBObjectHandle& defs, int& count,
+                        const char**& names) {
     names = nullptr;
+    count = 0;
+    if (int32_t rc = TypeDefinitions(ldb, typeName, defs)) return rc;
+    if (defs == nullptr) return 0;
     if (int32_t rc = PDMLDBObjectGetLDBAttributeNames(defs, &count, nullptr)) return rc;
     if (count == 0) return 0;
     names = new (std::nothrow) const char*[count];
@@ -162,11 +167,9 @@ int PDMLDBGetAttrDefs(LDBHandle ldb, const char* typeName, CursorHandle* cursor)
     *cursor = nullptr;
     if (PDMCheckHandle(ldb, "PDMLDBGetAttrDefs", "LDBHandle")) return PDMResultT();
     LDBObjectHandle defs = nullptr;
-    if (int32_t rc = TypeDefinitions(ldb, typeName, defs)) return rc;
-    if (defs == nullptr) return PDMResultT();
     int count = 0;
     const char** names = nullptr;
-    int32_t rc = DefinitionNames(defs, count, names);
+    int32_t rc = DefinitionNames(ldb, typeName, defs, count, names);
     if (rc != 0 || count == 0) {
         delete[] names;
         return rc != 0 ? rc : PDMResultT();
@@ -201,11 +204,9 @@ int PDMLDBAttrDefGetByName(LDBHandle ldb, const char* typeName, const char* name
     if (PDMCheckHandle(ldb, "PDMLDBAttrDefGetByName", "LDBHandle")) return PDMResultT();
     *attrDef = nullptr;
     LDBObjectHandle defs = nullptr;
-    if (int32_t rc = TypeDefinitions(ldb, typeName, defs)) return rc;
-    if (defs == nullptr) return PDMResultT();
     int count = 0;
     const char** names = nullptr;
-    int32_t rc = DefinitionNames(defs, count, names);
+    int32_t rc = DefinitionNames(ldb, typeName, defs, count, names);
     for (int i = 0; rc == 0 && i < count; ++i) {
         if (std::strcmp(names[i], name) != 0) continue;
         PDMAttrValue value;

@@ -79,9 +79,14 @@ PDMc_LDB* PDMc_LDB::CreateDatabase(const nyxString& path) {
         nyxErrorReport(2406, path);
         return nullptr;
     }
+    return Attach(path, true);
+}
+
+PDMc_LDB* PDMc_LDB::Attach(const nyxString& path, bool create) {
     PDMc_LDB* connection = MakeConnection();
     if (connection == nullptr) return nullptr;
-    connection->m_store = LDBStore::CreateStore(connection, path);
+    connection->m_store = create ? LDBStore::CreateStore(connection, path)
+                                 : LDBStore::ConnectStore(connection, path);
     if (connection->m_store == nullptr) {
         DestroyConnection(connection);
         return nullptr;
@@ -90,7 +95,11 @@ PDMc_LDB* PDMc_LDB::CreateDatabase(const nyxString& path) {
     connection->m_store->SetObjectOwner(connection);
     connection->m_reference_count = 1;
     if (connection->EnsureRoot() != 0) {
-        DeleteDatabase(connection);
+        // A new file goes again; an existing one is only let go.
+        if (create)
+            DeleteDatabase(connection);
+        else
+            DisconnectDatabase(connection);
         return nullptr;
     }
     return connection;
@@ -114,21 +123,7 @@ PDMc_LDB* PDMc_LDB::ConnectDatabase(const nyxString& path) {
         ++found->m_reference_count;
         return found;
     }
-    PDMc_LDB* connection = MakeConnection();
-    if (connection == nullptr) return nullptr;
-    connection->m_store = LDBStore::ConnectStore(connection, path);
-    if (connection->m_store == nullptr) {
-        DestroyConnection(connection);
-        return nullptr;
-    }
-    connection->m_store->SetLayout(connection->m_layout);
-    connection->m_store->SetObjectOwner(connection);
-    connection->m_reference_count = 1;
-    if (connection->EnsureRoot() != 0) {
-        DisconnectDatabase(connection);
-        return nullptr;
-    }
-    return connection;
+    return Attach(path, false);
 }
 
 int32_t PDMc_LDB::DisconnectDatabase(PDMc_LDB* connection) {

@@ -88,6 +88,9 @@ public:
 private:
     PDMc_LDB();
 
+    // A new connection round a store made (create) or opened for the path, with its root.
+    static PDMc_LDB* Attach(const nyxString& path, bool create);
+
     // One of the root's four maps; null when the root or the map can't be had.
     PDMc_LDBMap* RootMap(PDMc_LDBMap* (PDMc_LDBRoot::*which)());
 
