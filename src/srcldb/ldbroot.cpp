@@ -5,6 +5,7 @@
 
 #include "errors/nyxerror.h"
 #include "srcldb/ldbcontainer.h"
+#include "srcldb/ldbstore.h"
 
 namespace {
 
@@ -59,6 +60,16 @@ PDMc_LDBRoot* CreateRootObject(LDBObjectOwner* owner) {
         NewMapInto(owner, root->m_pi_type_defs) != 0 ||
         NewMapInto(owner, root->m_attr_defs) != 0 || NewMapInto(owner, root->m_dep_defs) != 0)
         return nullptr;
+    return root;
+}
+
+PDMc_LDBRoot* LDBMakeStoreRoot(LDBStore& store, LDBObjectOwner* owner) {
+    if (store.RootAddress() != 0 || store.GetRoot() != nullptr) {
+        nyxErrorPushInternal("Store already has a root", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    PDMc_LDBRoot* root = CreateRootObject(owner);
+    if (root != nullptr) store.SetRootObject(root);
     return root;
 }
 

@@ -12,6 +12,7 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class LDBStore;
 class PDMc_LDBMap;
 
 class PDMc_LDBRoot : public PDMc_LDBObject {
@@ -83,3 +84,9 @@ PDMc_LDBRoot* CreateRootObject(LDBObjectOwner* owner);
 // A new application object of the type with its empty attribute map. Null after a failure
 // pushed.
 PDMc_LDBAppObj* CreateAppObject(LDBObjectOwner* owner, const char* typeName);
+
+// Gives a store that has no root yet its root: CreateRootObject for owner, then the store's
+// root. Inside a transaction, whose commit lays the root down at the store's first address and
+// writes that address to the header. A store that has a root is refused with an internal
+// error. Null after a failure pushed.
+PDMc_LDBRoot* LDBMakeStoreRoot(LDBStore& store, LDBObjectOwner* owner);
