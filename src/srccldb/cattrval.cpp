@@ -13,6 +13,7 @@ constexpr int32_t kErrorUnknownAttrKind = 1113;
 }  // namespace
 
 const CAPIAttrVariant kCAPIAttrItemVariant = {false, "srccldb/cattrval"};
+const CAPIAttrVariant kCAPIAttrObjectVariant = {true, "srccldb/cattrval_ws"};
 
 int32_t CAPIAttrValueToC(PDMc_LDBValue& value, PDMAttrValue* record, bool keepString,
                          const CAPIAttrVariant& variant) {

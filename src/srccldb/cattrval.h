@@ -22,6 +22,9 @@ struct CAPIAttrVariant {
 
 // The item model's form: no object values.
 extern const CAPIAttrVariant kCAPIAttrItemVariant;
+// The generic objects' form, with object handles. Its broken rules carry the source path
+// "srccldb/cattrval_ws", the object-aware conversion's own.
+extern const CAPIAttrVariant kCAPIAttrObjectVariant;
 
 // Fills the record from the value: first its eight payload bytes with zeros, then kind and
 // payload; the reserved bytes are left alone. A value of a kind the form doesn't know gives

@@ -13,8 +13,7 @@ using testsupport::Arguments;
 
 namespace {
 
-// The generic-object form, as the object exports use it.
-const CAPIAttrVariant kObjects = {true, "srccldb/cattrval_ws"};
+const CAPIAttrVariant& kObjects = kCAPIAttrObjectVariant;
 
 // A record whose every byte is a marker, so that untouched bytes show.
 PDMAttrValue MarkedRecord() {
