@@ -16,7 +16,7 @@
 
 namespace {
 // The generic exports know object values (kind 6) beside the plain kinds.
-const CAPIAttrVariant kObjectVariant = {true, "srccldb/cattrval"};
+const CAPIAttrVariant& kObjectVariant = kCAPIAttrObjectVariant;
 
 // The attribute holder of a valid object: 0 with `attrs` set, or the code pushed (2413 for a
 // class that has no attributes).
