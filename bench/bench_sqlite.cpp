@@ -2,6 +2,10 @@
 //
 //   bench_sqlite [--runs N] [--objects N] [--commits N] [--reads N] [--bucket-size N]
 //                [--dir FOLDER] [--engines marrows,sqlite-delete,sqlite-wal] [--library PATH]
+//                [--keep]
+//
+// --keep leaves the database files of the last run in place and says how to read one again in
+// a new process, which is the way to profile a cold read on its own.
 //
 // It exits non-zero when a workload fails or reads back values other than those written; a
 // workload whose marrows exports are not in the library yet shows "n/a".
@@ -29,7 +33,7 @@ using namespace sqlitebench;
 int Usage(const char* program) {
     std::fprintf(stderr,
                  "usage: %s [--runs N] [--objects N] [--commits N] [--reads N] "
-                 "[--bucket-size N] [--dir FOLDER] [--engines TAG,...] [--library PATH]\n"
+                 "[--bucket-size N] [--dir FOLDER] [--engines TAG,...] [--library PATH] [--keep]\n"
                  "engines: marrows, sqlite-delete, sqlite-wal\n",
                  program);
     return 2;
@@ -73,6 +77,10 @@ int main(int argc, char** argv) {
     std::vector<std::string> tags = {"marrows", "sqlite-delete", "sqlite-wal"};
     for (int i = 1; i < argc; ++i) {
         std::string flag = argv[i];
+        if (flag == "--keep") {
+            config.keep = true;
+            continue;
+        }
         if (i + 1 >= argc) return Usage(argv[0]);
         const char* value = argv[++i];
         bool good = true;

@@ -20,6 +20,7 @@ struct Config {
     std::string folder;   // where the database files go
     std::string library;  // libmarrows.so, also handed to the child processes
     bool progress = true; // one line per engine and run on standard error
+    bool keep = false;    // leave the files of the last run, to profile a read of them
 };
 
 // One workload on one engine over all runs.
