@@ -51,7 +51,8 @@ std::string FormatRatio(double ours, double theirs) {
     if (!(ours > 0) || !(theirs > 0)) return "n/a";
     char text[32];
     double ratio = ours / theirs;
-    std::snprintf(text, sizeof text, ratio >= 9.995 ? "%.1f" : "%.2f", ratio);
+    std::snprintf(text, sizeof text, ratio >= 99.95 ? "%.0f" : ratio >= 9.995 ? "%.1f" : "%.2f",
+                  ratio);
     return text;
 }
 

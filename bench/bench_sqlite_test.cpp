@@ -68,6 +68,7 @@ TEST(BenchSqliteReport, UnitsChangeAtThreeSignificantDigits) {
     EXPECT_EQ(FormatBytes(4414504), "4.21 MiB");
     EXPECT_EQ(FormatRatio(3, 1), "3.00");
     EXPECT_EQ(FormatRatio(25, 1), "25.0");
+    EXPECT_EQ(FormatRatio(137.8, 1), "138");
     EXPECT_EQ(FormatRatio(1, 0), "n/a");
     EXPECT_EQ(FormatRatio(0, 1), "n/a");
 }
