@@ -191,6 +191,13 @@ public:
         }
         return true;
     }
+    // Object k found from the root through its holder alone.
+    LDBObjectHandle FindPart(const Sizes& sizes, int k) {
+        LDBObjectHandle holder =
+            sizes.bucket_size <= 0 ? Root()
+                                   : GetObject(Root(), BucketName(k / sizes.bucket_size).c_str());
+        return holder != nullptr ? GetObject(holder, KeyOf(k).c_str()) : nullptr;
+    }
     LDBObjectHandle Part(const Sizes& sizes, const std::vector<LDBObjectHandle>& holders,
                          int k) {
         LDBObjectHandle holder = sizes.bucket_size <= 0 ? holders[0]
@@ -252,14 +259,13 @@ Outcome MarrowsEngine::SmallCommits(const std::string& path, const Sizes& sizes)
     Session session(api_);
     if (!session.Connect(path)) return Result(session, 0);
     Picker picker(kCommitSeed);
-    std::vector<LDBObjectHandle> holders;
     Stopwatch watch;
     for (int j = 0; j < sizes.commits; ++j) {
         int k = picker.Next(sizes.objects);
         // Each transaction finds its object from the root again, as a client that keeps no
         // handles across transactions does.
-        if (!session.Start() || !session.Holders(sizes, &holders)) break;
-        LDBObjectHandle part = session.Part(sizes, holders, k);
+        if (!session.Start()) break;
+        LDBObjectHandle part = session.FindPart(sizes, k);
         if (part == nullptr || !session.SetInteger(part, "count", CommittedCount(j)) ||
             !session.Commit()) {
             break;
