@@ -83,34 +83,6 @@ int32_t LDBStore::WriteInitialHeader(LDBHeader& header) {
     return WriteHeader(header);
 }
 
-int32_t LDBStore::Recover(LDBHeader& header) {
-    if (header.m_ldb_invalid == LDB_INVALID_MARK) return nyxErrorReport(2411, Path());
-    if (header.m_ldb_invalid == LDB_INVALID_SHADOW) {
-        if (RecoverShadowLog(header.m_top) == 0) return 0;
-    } else {
-        // The undo log is replayed by the recovery layer; without it a file marked by an
-        // interrupted commit can't be repaired here.
-        nyxErrorPushInternal("LDB ReadHeader: Recovery failed", kSource, __LINE__);
-    }
-    return nyxErrorReport(2417, Path());
-}
-
-int32_t LDBStore::ReadHeader(LDBHeader& header, bool allowRecovery) {
-    for (;;) {
-        if (int32_t rc = ReadRawHeader(header)) return rc;
-        if (header.m_format_tag != 0 && header.m_format_tag != LDB_FORMAT_TAG_ALT)
-            return nyxErrorReport(2405, Path(), header.m_format_tag);
-        if (header.m_ldb_invalid == 0) break;
-        // Recovery runs at most once: a header still marked after it is beyond repair here.
-        if (!allowRecovery) return NYX_INTERNAL_ERROR("LDB ReadHeader: Recovery failed", kSource);
-        if (int32_t rc = Recover(header)) return rc;
-        allowRecovery = false;
-    }
-    if (header.m_version == LDB_CURRENT_VERSION) return 0;
-    int32_t code = header.m_version > LDB_CURRENT_VERSION ? 2404 : 2416;
-    return nyxErrorReport(code, Path(), header.VersionText());
-}
-
 LDBStore* LDBStore::CreateStore(PDMc_LDB* connection, const nyxString& path) {
     if (!nyxErrorStackEmpty()) return nullptr;
     LDBStore* store = new (std::nothrow) LDBStore(connection, path);

@@ -150,8 +150,15 @@ public:
     void TakeFromHeader(const LDBHeader& header);
 
 private:
-    // Brings a marked file back to a consistent state; 0 or the code on the stack.
+    // Brings a marked file back to a consistent state; 0 or the code on the stack, with 2417
+    // on top after a failed repair.
     int32_t Recover(LDBHeader& header);
+    // Replays the undo log at address and clears the mark. top is the marked header's, which
+    // no logged record may pass.
+    int32_t RecoverUndo(uint32_t address, uint32_t top);
+    // Copies each pre-image of the log at address back to its record, in file order, up to the
+    // log's terminating 0. Gives the code on the stack.
+    int32_t RestoreUndoLog(uint32_t address, uint32_t top);
     // The closing header of a commit: flushed data, a clean header with the next stamp, flushed.
     // This one write is what makes a commit durable.
     int32_t WriteCleanHeader();
