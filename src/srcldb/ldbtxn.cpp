@@ -36,6 +36,9 @@ bool DropCacheAfterCommit() {
 int32_t LDBStore::StartTransaction() {
     if (!nyxErrorStackEmpty()) return nyxErrorCurrentCode();
     if (m_in_transaction) return nyxErrorReport(2402, Path());
+    // A close whose flush failed left the file open and locked; finish it first, or this
+    // process would wait for ever on its own lock.
+    if (m_file->IsOpen() && m_file->Close() != 0) return nyxErrorCurrentCode();
     // Blocks for as long as another process holds a transaction on the file.
     if (m_file->Open() != 0) {
         // The flush of Close fails on the unopened file as well, which puts 2410 above 2408.

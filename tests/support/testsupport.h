@@ -16,6 +16,8 @@ namespace testsupport {
 class TempDir {
 public:
     TempDir();
+    // Below parent instead, e.g. a memory file system for tests that flush thousands of times.
+    explicit TempDir(const std::string& parent);
     ~TempDir();
     const std::string& Path() const { return path_; }
     std::string File(const std::string& name) const { return path_ + "/" + name; }
