@@ -9,6 +9,7 @@
 
 #include "errors/nyxerror.h"
 #include "recoverytest.h"
+#include "srcldb/ldbattr.h"
 #include "srcldb/ldbcontainer.h"
 #include "srcldb/ldblf.h"
 #include "srcldb/ldblil.h"
@@ -53,10 +54,11 @@ LDBStore* Connect(const std::string& path) {
 
 const std::vector<uint8_t>& GraphClasses() {
     static const std::vector<uint8_t> classes = {
-        LDB_TYPE_ROOT,  LDB_TYPE_WS,    LDB_TYPE_ARRAY, LDB_TYPE_MAP,   LDB_TYPE_WSPI,
-        LDB_TYPE_WSPIV, LDB_TYPE_WSD,   LDB_TYPE_LPI,   LDB_TYPE_LUF,   LDB_TYPE_LUFI,
-        LDB_TYPE_WSGIR, LDB_TYPE_LILV,  LDB_TYPE_LUFLI, LDB_TYPE_LIL,   LDB_TYPE_LF,
-        LDB_TYPE_WSDD,  LDB_TYPE_LPITD, LDB_TYPE_APPOBJ};
+        LDB_TYPE_ROOT,  LDB_TYPE_WS,    LDB_TYPE_ARRAY, LDB_TYPE_LAAV,  LDB_TYPE_MAP,
+        LDB_TYPE_WSPI,  LDB_TYPE_WSPIV, LDB_TYPE_LAV,   LDB_TYPE_WSD,   LDB_TYPE_LPI,
+        LDB_TYPE_LUF,   LDB_TYPE_LUFI,  LDB_TYPE_WSGIR, LDB_TYPE_LILV,  LDB_TYPE_LUFLI,
+        LDB_TYPE_LIL,   LDB_TYPE_LF,    LDB_TYPE_WSDD,  LDB_TYPE_LPITD, LDB_TYPE_LAD,
+        LDB_TYPE_APPOBJ};
     return classes;
 }
 
@@ -80,6 +82,10 @@ PDMc_LDBObject* NewObject(LDBStore* store, uint8_t typeCode) {
         case LDB_TYPE_LUFLI: return new PDMc_LUFLI(store);
         case LDB_TYPE_LF: return new PDMc_LF(store);
         case LDB_TYPE_APPOBJ: return new PDMc_LDBAppObj(store);
+        case LDB_TYPE_LAD: return new PDMc_LAD(store, "");
+        // A value needs a definition to be made; FillMembers points it elsewhere later.
+        case LDB_TYPE_LAV: return PDMc_LAV::Create(new PDMc_LAD(store, "d"), PDMc_LDBValue());
+        case LDB_TYPE_LAAV: return PDMc_LAAV::Create(store, PDMc_LDBValue());
         default: return nullptr;
     }
 }
