@@ -47,12 +47,7 @@ protected:
     void SetUp() override {
         CleanStackTest::SetUp();
         path = dir.File("crash.ldb");
-        LDBStore* store = storegraph::Create(path);
-        ASSERT_NE(store, nullptr);
-        ASSERT_EQ(store->StartTransaction(), 0);
-        storegraph::AddGraph(store, 1, 24);
-        ASSERT_EQ(store->CommitTransaction(), 0) << testsupport::DescribeTop();
-        LDBStore::CloseStore(store);
+        ASSERT_EQ(storegraph::MakeGraphStore(path, 1, 24), 0) << testsupport::DescribeTop();
         base = ReadFileBytes(path);
     }
 

@@ -24,18 +24,6 @@ using testsupport::WriteFileBytes;
 
 namespace {
 
-// The durable steps of a piece of work, as letters: W write, F flush, T truncate.
-class StepRecorder : public platform::IoHook {
-public:
-    StepRecorder() { platform::SetIoHook(this); }
-    ~StepRecorder() override { platform::SetIoHook(nullptr); }
-    bool Before(platform::IoOp) override { return true; }
-    void After(platform::IoOp op) override {
-        steps += op == platform::IoOp::kWrite ? 'W' : op == platform::IoOp::kFlush ? 'F' : 'T';
-    }
-    std::string steps;
-};
-
 // Whether the stack holds the record that a failed step of this kind pushes.
 std::string MissingRecord(char step) {
     for (nyxError* e = nyxErrorGetCurrent(); e != nullptr; e = nyxErrorGetPrevious(e)) {
@@ -59,12 +47,7 @@ protected:
     void SetUp() override {
         CleanStackTest::SetUp();
         path = dir.File("fault.ldb");
-        LDBStore* store = storegraph::Create(path);
-        ASSERT_NE(store, nullptr);
-        ASSERT_EQ(store->StartTransaction(), 0);
-        storegraph::AddGraph(store, 1, 24);
-        ASSERT_EQ(store->CommitTransaction(), 0);
-        LDBStore::CloseStore(store);
+        ASSERT_EQ(storegraph::MakeGraphStore(path, 1, 24), 0) << testsupport::DescribeTop();
         ASSERT_EQ(storegraph::CommitChange(path, 500), 0);
         base = ReadFileBytes(path);
         before = List();
@@ -89,7 +72,7 @@ TEST_F(FailingSteps, FailedCommitStepReportsItAndTheStoreGoesOn) {
         ASSERT_NE(store, nullptr);
         ASSERT_EQ(store->StartTransaction(), 0);
         storegraph::ChangeGraph(store, 1000);
-        StepRecorder recorder;
+        testsupport::StepRecorder recorder;
         ASSERT_EQ(store->CommitTransaction(), 0);
         steps = recorder.steps;
         LDBStore::CloseStore(store);
@@ -128,7 +111,7 @@ TEST_F(FailingSteps, FailedCommitStepReportsItAndTheStoreGoesOn) {
 TEST_F(FailingSteps, FailedCompactionStepReportsItAndTheFileKeepsItsContent) {
     std::string steps;
     {
-        StepRecorder recorder;
+        testsupport::StepRecorder recorder;
         ASSERT_EQ(Compact(path), 0) << testsupport::DescribeTop();
         steps = recorder.steps;
     }

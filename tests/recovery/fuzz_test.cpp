@@ -38,12 +38,7 @@ TEST(DamagedBody, EveryOpenAndLoadWorksOrReportsAnError) {
     TempDir dir(FastDirectory());
     const std::string path = dir.File("fuzz.ldb");
     testsupport::ClearErrors();
-    LDBStore* store = storegraph::Create(path);
-    ASSERT_NE(store, nullptr);
-    ASSERT_EQ(store->StartTransaction(), 0);
-    storegraph::AddGraph(store, 3, 20);
-    ASSERT_EQ(store->CommitTransaction(), 0);
-    LDBStore::CloseStore(store);
+    ASSERT_EQ(storegraph::MakeGraphStore(path, 3, 20), 0) << testsupport::DescribeTop();
     ASSERT_EQ(storegraph::CommitChange(path, 77), 0);
     const Bytes valid = ReadFileBytes(path);
 

@@ -108,12 +108,7 @@ protected:
     // A store whose graph has been changed twice, so that old blocks and unreachable objects
     // lie between the live ones.
     void MakeChurnedStore() {
-        LDBStore* store = storegraph::Create(path);
-        ASSERT_NE(store, nullptr);
-        ASSERT_EQ(store->StartTransaction(), 0);
-        storegraph::AddGraph(store, 1, 30);
-        ASSERT_EQ(store->CommitTransaction(), 0);
-        LDBStore::CloseStore(store);
+        ASSERT_EQ(storegraph::MakeGraphStore(path, 1, 30), 0) << testsupport::DescribeTop();
         ASSERT_EQ(storegraph::CommitChange(path, 1000), 0);
         ASSERT_EQ(storegraph::CommitChange(path, 2000), 0);
     }

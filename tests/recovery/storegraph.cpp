@@ -321,6 +321,18 @@ std::vector<PDMc_LDBObject*> Reachable(LDBStore* store) {
     return lister.Objects();
 }
 
+int MakeGraphStore(const std::string& path, uint32_t seed, int count) {
+    LDBStore* store = Create(path);
+    if (store == nullptr) return 1;
+    int rc = store->StartTransaction();
+    if (rc == 0) {
+        AddGraph(store, seed, count);
+        rc = store->CommitTransaction();
+    }
+    LDBStore::CloseStore(store);
+    return rc == 0 ? 0 : 1;
+}
+
 void ChangeGraph(LDBStore* store, uint32_t seed) {
     std::vector<PDMc_LDBObject*> objects = Reachable(store);
     std::vector<PDMc_LDBObject*> fresh = AddGraph(store, seed, 6);

@@ -45,6 +45,9 @@ void ChangeGraph(LDBStore* store, uint32_t seed);
 // Connects, changes the graph and commits; 0 when all of it worked.
 int CommitChange(const std::string& path, uint32_t seed);
 
+// A new store file holding one graph of count objects, committed; 0 when all of it worked.
+int MakeGraphStore(const std::string& path, uint32_t seed, int count);
+
 // The objects that the root reaches, in the order of the listing. Inside a transaction.
 std::vector<PDMc_LDBObject*> Reachable(LDBStore* store);
 

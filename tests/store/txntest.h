@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "crashharness.h"
 #include "platform/pfile.h"
 #include "srcldb/ldbmemberplace.h"
 #include "srcldb/ldbroot.h"
@@ -68,16 +69,6 @@ inline LDBStore* Create(const std::string& path) {
     return store;
 }
 
-// Records the durable steps as letters: W write, F flush, T truncate.
-class StepRecorder : public platform::IoHook {
-public:
-    StepRecorder() { platform::SetIoHook(this); }
-    ~StepRecorder() override { platform::SetIoHook(nullptr); }
-    bool Before(platform::IoOp) override { return true; }
-    void After(platform::IoOp op) override {
-        steps += op == platform::IoOp::kWrite ? 'W' : op == platform::IoOp::kFlush ? 'F' : 'T';
-    }
-    std::string steps;
-};
+using testsupport::StepRecorder;
 
 }  // namespace txntest

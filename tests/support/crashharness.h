@@ -32,6 +32,18 @@ private:
     bool reached_ = false;
 };
 
+// Records the durable steps while it is installed, as letters: W write, F flush, T truncate.
+class StepRecorder : public platform::IoHook {
+public:
+    StepRecorder() { platform::SetIoHook(this); }
+    ~StepRecorder() override { platform::SetIoHook(nullptr); }
+    bool Before(platform::IoOp) override { return true; }
+    void After(platform::IoOp op) override {
+        steps += op == platform::IoOp::kWrite ? 'W' : op == platform::IoOp::kFlush ? 'F' : 'T';
+    }
+    std::string steps;
+};
+
 // The outcome of one crash run.
 struct CrashRun {
     int step;        // k
