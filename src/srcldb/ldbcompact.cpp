@@ -42,12 +42,6 @@ const DeferredReference kDeferred[] = {
     {LDB_TYPE_LUFLI, 0},   // m_creating_frame
 };
 
-bool IsDeferred(uint8_t classCode, uint32_t memberIndex) {
-    for (const DeferredReference& d : kDeferred)
-        if (d.classCode == classCode && d.memberIndex == memberIndex) return true;
-    return false;
-}
-
 // Bytes of one element of a block by its kind; addresses (kind 7) are handled apart.
 uint32_t ElementWidth(uint8_t kind) {
     switch (kind) {
@@ -115,6 +109,12 @@ public:
     uint8_t* m_bytes;
     bool m_is_block;
 };
+
+bool LDBIsDeferredReference(uint8_t classCode, uint32_t memberIndex) {
+    for (const DeferredReference& d : kDeferred)
+        if (d.classCode == classCode && d.memberIndex == memberIndex) return true;
+    return false;
+}
 
 int32_t LDBCompactDatabase(const nyxString& path, const LDBStorageLayout& layout,
                            PDMLDBCompactOptions* options, PDMc_LDB* connection) {
@@ -405,7 +405,7 @@ int32_t LDBCompactor::ParseObject(LDBCopyRecord* record, const LDBClassDescripto
                 rc = cursor.ReadU32(address);
                 if (rc != 0) break;
                 LDBCopyRecord* holder = record;
-                if (IsDeferred(descriptor.GetClassCode(), i) && address != 0 &&
+                if (LDBIsDeferredReference(descriptor.GetClassCode(), i) && address != 0 &&
                     m_address_map.Find(address) == nullptr)
                     holder = m_first_record;
                 rc = holder->AddPending(target + d, address);

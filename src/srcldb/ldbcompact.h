@@ -29,6 +29,10 @@ class PDMc_LDB;
 int32_t LDBCompactDatabase(const nyxString& path, const LDBStorageLayout& layout,
                            PDMLDBCompactOptions* options, PDMc_LDB* connection = nullptr);
 
+// Whether the walk defers the reference in member memberIndex of the class: it then waits in
+// the root's record unless its target was copied already.
+bool LDBIsDeferredReference(uint8_t classCode, uint32_t memberIndex);
+
 class LDBCompactor {
 public:
     // source is a store that no transaction holds; the compactor doesn't own it.

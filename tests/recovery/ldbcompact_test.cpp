@@ -256,6 +256,30 @@ TEST_F(Compaction, SharedTargetsCyclesAndDeferredReferencesKeepOneCopyEach) {
     LDBStore::CloseStore(store);
 }
 
+// The walk knows deferred references by member index; an edit of the schema that moves a
+// member must move its index too.
+TEST(DeferredReferences, NameTheMembersTheyMeanAndNoOthers) {
+    const std::vector<std::pair<uint8_t, std::vector<std::string>>> expected = {
+        {LDB_TYPE_WSD, {"m_child_pi"}},
+        {LDB_TYPE_WSPIV, {"m_creating_frame", "m_instances_creating_frame"}},
+        {LDB_TYPE_WSGIR, {"m_generic_wspi", "m_instance_wspi"}},
+        {LDB_TYPE_LILV, {"m_creating_frame"}},
+        {LDB_TYPE_LUFI, {"m_creating_frame"}},
+        {LDB_TYPE_LUFLI, {"m_creating_frame"}},
+    };
+    for (uint32_t code = 0; code < 256; ++code) {
+        const LDBClassDescriptor* descriptor = storegraph::Layout().CurrentClass(uint8_t(code));
+        std::vector<std::string> deferred;
+        for (uint32_t i = 0; descriptor != nullptr && i < descriptor->MemberCount(); ++i)
+            if (LDBIsDeferredReference(uint8_t(code), i))
+                deferred.push_back(descriptor->MemberAt(i)->GetName().c_str());
+        std::vector<std::string> want;
+        for (const auto& entry : expected)
+            if (entry.first == code) want = entry.second;
+        EXPECT_EQ(deferred, want) << "class " << code;
+    }
+}
+
 TEST_F(Compaction, TextOfADoubleWordCountSurvives) {
     LDBStore* store = storegraph::Create(path);
     ASSERT_NE(store, nullptr);
