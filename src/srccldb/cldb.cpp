@@ -112,3 +112,14 @@ int PDMLDBUpgrade(const char* path) {
     PDMc_LDB::UpgradeDatabase(copy);
     return PDMResultT();
 }
+
+int PDMLDBCompact(const char* path, PDMLDBCompactOptions* options) {
+    PDMCallFrame frame("PDMLDBCompact");
+    int compatible = 0;
+    PDMIsLDBCompatible(path, kLibraryVersionText, &compatible);
+    if (compatible == 1) {
+        nyxString copy(path);
+        PDMc_LDB::CompactDatabase(copy, options);
+    }
+    return PDMResultT();
+}

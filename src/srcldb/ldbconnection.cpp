@@ -6,6 +6,7 @@
 #include "errors/nyxerror.h"
 #include "srcldb/ldblfopq.h"
 #include "srcldb/ldbattr.h"
+#include "srcldb/ldbcompact.h"
 #include "srcldb/ldbcontainer.h"
 #include "srcldb/ldbroot.h"
 #include "srcldb/ldbschema.h"
@@ -265,4 +266,11 @@ void PDMc_LDB::UpgradeDatabase(const nyxString& path) {
     }
     nyxErrorPushInternal("LDB upgrade of older files is not available", "srcldb/ldbconnection",
                          __LINE__);
+}
+
+void PDMc_LDB::CompactDatabase(const nyxString& path, PDMLDBCompactOptions* options) {
+    PDMc_LDB* connection = MakeConnection();
+    if (connection == nullptr) return;
+    LDBCompactDatabase(path, *connection->m_layout, options, connection);
+    DestroyConnection(connection);
 }

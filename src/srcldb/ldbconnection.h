@@ -68,6 +68,9 @@ public:
 
     // Upgrades the file of an older format in place; refused (2412) while it is connected.
     static void UpgradeDatabase(const nyxString& path);
+    // Compacts the file through a store of the moment. A connection of this process to the
+    // same file is not asked: the stamp makes its users reload after the job.
+    static void CompactDatabase(const nyxString& path, PDMLDBCompactOptions* options);
 
     LDBStore* Store() const { return m_store; }
     const LDBStorageLayout* Layout() const { return m_layout; }
