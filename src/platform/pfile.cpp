@@ -129,20 +129,19 @@ bool FullPath(const char* path, char* out, size_t outSize) {
     if (path == nullptr || outSize < 2) return false;
     char work[4096];
     size_t used = 0;
-    if (path[0] != '/' && path[0] != '\\' && path[0] != '|') {
+    if (path[0] != '/') {
         if (::getcwd(work, sizeof work) == nullptr) return false;
         used = std::strlen(work);
         if (used + 1 >= sizeof work) return false;
         work[used++] = '/';
     }
-    // Append the given path with every separator as '/'.
-    for (const char* p = path; *p != '\0'; ++p) {
-        if (used + 2 >= sizeof work) return false;
-        work[used++] = (*p == '\\' || *p == '|') ? '/' : *p;
-    }
+    size_t length = std::strlen(path);
+    if (used + length + 1 > sizeof work) return false;
+    std::memcpy(work + used, path, length);
+    used += length;
     work[used] = '\0';
     // Split on '/', drop empty and '.' parts, let '..' pop one part (never above the root).
-    size_t length = 0;
+    length = 0;
     out[length] = '\0';
     const char* p = work;
     while (*p != '\0') {

@@ -40,7 +40,8 @@ int FlushFile(int fd);
 int TruncateFile(int fd, uint32_t size);
 int RemoveFile(const char* path);
 
-// The lexical absolute form of a path: '/' separators, cwd prefixed, '.' and '..' resolved.
+// The lexical absolute form of a path whose separators are already '/': cwd prefixed, empty
+// parts, '.' and '..' resolved.
 // False if the working directory can't be read or the result doesn't fit.
 bool FullPath(const char* path, char* out, size_t outSize);
 // True when both paths exist and are the same file (device and inode).
