@@ -118,7 +118,7 @@ void nyxHashImpl::ResetLayout() { EntryLayout(&m_keyOffset, &m_valueOffset, &m_e
 
 void nyxHashImpl::InitTable(int32_t initialCapacity) {
     m_initialCapacity = initialCapacity;
-    Allocate(initialCapacity > 0 ? static_cast<uint32_t>(initialCapacity) : 0);
+    Begin(initialCapacity > 0 ? static_cast<uint32_t>(initialCapacity) : 0);
 }
 
 void nyxHashImpl::SetHeader(char* entry, uint32_t header) {
@@ -127,28 +127,93 @@ void nyxHashImpl::SetHeader(char* entry, uint32_t header) {
 
 bool nyxHashImpl::InTable(const void* p) const {
     const char* c = static_cast<const char*>(p);
-    return m_table != nullptr && c >= m_table && c < m_table + m_tableBytes;
+    if (m_table != nullptr) return c >= m_table && c < m_table + m_tableBytes;
+    return m_few != nullptr && c >= m_few && c < FewAt(kFewEntries);
 }
 
-bool nyxHashImpl::Allocate(uint32_t size) {
+void nyxHashImpl::Begin(uint32_t size) {
+    uint32_t capacity = nyxNextPrime(size);
+    m_table = nullptr;
+    m_tableBytes = 0;
+    m_fewCount = 0;
+    m_capacity = static_cast<int32_t>(capacity);
+    m_threshold = static_cast<int32_t>(static_cast<int64_t>(capacity) * 7 / 8);
+    m_capacityReciprocal = Reciprocal(capacity);
+    m_stepReciprocal = Reciprocal(capacity - 2);
+    m_count = 0;
+    m_used = 0;
+}
+
+bool nyxHashImpl::AllocateBlock(uint32_t size) {
     uint32_t capacity = nyxNextPrime(size);
     size_t bytes = static_cast<size_t>(capacity) * static_cast<size_t>(m_entrySize);
     // Zeroed memory is a block of empty entries; fresh pages of a large block come zeroed
     // from the system, which calloc knows and uses.
     char* table = static_cast<char*>(calloc(bytes, 1));
     if (table == nullptr) return false;
+    Begin(capacity);
     m_table = table;
-    m_capacity = static_cast<int32_t>(capacity);
     m_tableBytes = static_cast<int32_t>(bytes);
-    m_threshold = static_cast<int32_t>(static_cast<int64_t>(capacity) * 7 / 8);
-    m_capacityReciprocal = Reciprocal(capacity);
-    m_stepReciprocal = Reciprocal(capacity - 2);
-    m_count = 0;
-    m_used = 0;
     return true;
 }
 
-char* nyxHashImpl::Probe(const void* key, uint32_t hash, char** slot) const {
+char* nyxHashImpl::NextFew(uint32_t place, bool up) const {
+    char* best = nullptr;
+    uint32_t bestPlace = 0;
+    for (uint32_t i = 0; i < m_fewCount; ++i) {
+        char* entry = FewAt(i);
+        uint32_t at = m_fewPlaces[i];
+        if (StateOf(Header(entry)) != kStateOccupied) continue;
+        if (place != nyxHashSlot::kNoPlace && (up ? at <= place : at >= place)) continue;
+        if (best == nullptr || (up ? at < bestPlace : at > bestPlace)) {
+            best = entry;
+            bestPlace = at;
+        }
+    }
+    return best;
+}
+
+char* nyxHashImpl::Claim(const nyxHashSlot& slot) {
+    if (slot.entry != nullptr) return slot.entry;
+    if (slot.place == nyxHashSlot::kNoPlace) return nullptr;
+    if (m_table == nullptr && m_fewCount < kFewEntries) {
+        if (m_few == nullptr) {
+            m_few = static_cast<char*>(malloc(static_cast<size_t>(kFewEntries) * m_entrySize));
+            if (m_few == nullptr) return nullptr;
+        }
+        m_fewPlaces[m_fewCount] = slot.place;
+        return FewAt(m_fewCount++);
+    }
+    if (m_table == nullptr && !BuildBlock()) return nullptr;
+    return EntryAt(slot.place);
+}
+
+bool nyxHashImpl::BuildBlock() {
+    size_t bytes = static_cast<size_t>(m_capacity) * static_cast<size_t>(m_entrySize);
+    char* table = static_cast<char*>(calloc(bytes, 1));
+    if (table == nullptr) return false;
+    // Deleted entries go along with their state: they still lie on probe paths.
+    for (uint32_t i = 0; i < m_fewCount; ++i) {
+        char* from = FewAt(i);
+        char* to = table + static_cast<size_t>(m_fewPlaces[i]) * m_entrySize;
+        uint32_t header = Header(from);
+        SetHeader(to, header);
+        if (StateOf(header) != kStateOccupied) continue;
+        ConstructElements(to + m_valueOffset, from + m_valueOffset, 1);
+        DestroyElements(from + m_valueOffset, 1);
+        if (DerivedKey()) continue;
+        ConstructKeys(to + m_keyOffset, from + m_keyOffset, 1);
+        DestroyKeys(from + m_keyOffset, 1);
+    }
+    free(m_few);
+    m_few = nullptr;
+    m_fewCount = 0;
+    m_table = table;
+    m_tableBytes = static_cast<int32_t>(bytes);
+    return true;
+}
+
+char* nyxHashImpl::Probe(const void* key, uint32_t hash, nyxHashSlot* slot) const {
     return ProbeWith(hash, slot,
                      [this, key](const char* entry) { return KeysEqual(key, EntryKey(entry)); });
 }
@@ -171,14 +236,20 @@ void nyxHashImpl::Delete(char* entry) {
 
 bool nyxHashImpl::PutHashed(const void* key, const void* value) {
     uint32_t hash = HashKey(key) & kHashMask;
-    char* slot;
-    if (Probe(key, hash, &slot) != nullptr || slot == nullptr) return false;
-    Fill(slot, hash, key, value);
+    nyxHashSlot slot;
+    if (Probe(key, hash, &slot) != nullptr) return false;
+    char* entry = Claim(slot);
+    if (entry == nullptr) return false;
+    Fill(entry, hash, key, value);
     return true;
 }
 
 bool nyxHashImpl::PutValue(const void* key, const void* value) {
-    if (m_used > m_threshold && m_table != nullptr) {
+    if (m_capacity == 0) Begin(static_cast<uint32_t>(m_initialCapacity > 0 ? m_initialCapacity : 0));
+    bool grows = m_used > m_threshold;
+    // Building the full block frees the side block as growth frees the full one.
+    bool builds = m_table == nullptr && m_fewCount == kFewEntries;
+    if (grows || builds) {
         if (InTable(key) || InTable(value)) {
             // Growth frees the block under these; take copies and start again from them.
             nyxHashCopy valueCopy(*this, ElementSize(), &nyxKeyedCollection::ConstructElements,
@@ -190,10 +261,11 @@ bool nyxHashImpl::PutValue(const void* key, const void* value) {
             if (keyCopy.get() == nullptr) return false;
             return PutValue(keyCopy.get(), valueCopy.get());
         }
+    }
+    if (grows) {
+        // Deletions can drive a small table to its rebuild; it moves from the full block.
         uint32_t capacity = static_cast<uint32_t>(m_capacity);
-        Rehash(capacity + capacity / 2);
-    } else if (m_table == nullptr) {
-        Allocate(static_cast<uint32_t>(m_initialCapacity > 0 ? m_initialCapacity : 0));
+        if (m_table != nullptr || BuildBlock()) Rehash(capacity + capacity / 2);
     }
     return PutHashed(key, value);
 }
@@ -201,7 +273,7 @@ bool nyxHashImpl::PutValue(const void* key, const void* value) {
 bool nyxHashImpl::Rehash(uint32_t size) {
     char* oldTable = m_table;
     uint32_t oldCapacity = static_cast<uint32_t>(m_capacity);
-    if (!Allocate(size)) return false;
+    if (!AllocateBlock(size)) return false;
     // Keys and values are copy-constructed into their new places and destroyed in the old:
     // an element never moves by byte copy. They go in from low to high old place. Their new
     // places lie anywhere in the block, so each one's first entry is fetched a few entries
@@ -214,9 +286,9 @@ bool nyxHashImpl::Rehash(uint32_t size) {
     auto insert = [this](char* entry, uint32_t hash) {
         // The keys are unique and the new block holds no deleted entry, so each one goes to
         // the first empty entry on its path without comparing keys.
-        char* slot;
+        nyxHashSlot slot;
         ProbeWith(hash, &slot, [](const char*) { return false; });
-        if (slot != nullptr) Fill(slot, hash, EntryKey(entry), EntryValue(entry));
+        if (slot.entry != nullptr) Fill(slot.entry, hash, EntryKey(entry), EntryValue(entry));
     };
     for (uint32_t place = 0; place < oldCapacity; ++place) {
         char* entry = oldTable + static_cast<size_t>(place) * m_entrySize;
@@ -242,13 +314,19 @@ bool nyxHashImpl::Rehash(uint32_t size) {
 }
 
 void nyxHashImpl::DestroyAll() {
-    if (m_table == nullptr) return;
-    for (int32_t place = 0; place < m_capacity && m_count > 0; ++place) {
+    if (m_table == nullptr) {
+        for (uint32_t i = 0; i < m_fewCount; ++i)
+            if (StateOf(Header(FewAt(i))) == kStateOccupied) Delete(FewAt(i));
+    }
+    for (int32_t place = 0; m_table != nullptr && place < m_capacity && m_count > 0; ++place) {
         char* entry = EntryAt(static_cast<uint32_t>(place));
         if (StateOf(Header(entry)) == kStateOccupied) Delete(entry);
     }
     free(m_table);
+    free(m_few);
     m_table = nullptr;
+    m_few = nullptr;
+    m_fewCount = 0;
     m_tableBytes = 0;
     m_capacity = 0;
     m_threshold = 0;
@@ -280,7 +358,8 @@ bool nyxHashImpl::RemoveKey(const void* key, int32_t) {
 }
 
 void* nyxHashImpl::FirstEntry(void* entry) {
-    if (m_table == nullptr) return nullptr;
+    if (m_table == nullptr)
+        return NextFew(entry ? PlaceOfFew(static_cast<char*>(entry)) : nyxHashSlot::kNoPlace, true);
     char* end = m_table + m_tableBytes;
     char* e = entry ? static_cast<char*>(entry) + m_entrySize : m_table;
     for (; e < end; e += m_entrySize) {
@@ -290,7 +369,8 @@ void* nyxHashImpl::FirstEntry(void* entry) {
 }
 
 void* nyxHashImpl::LastEntry(void* entry) {
-    if (m_table == nullptr) return nullptr;
+    if (m_table == nullptr)
+        return NextFew(entry ? PlaceOfFew(static_cast<char*>(entry)) : nyxHashSlot::kNoPlace, false);
     char* e = entry ? static_cast<char*>(entry) : m_table + m_tableBytes;
     while (e > m_table) {
         e -= m_entrySize;
@@ -399,7 +479,7 @@ bool nyxHashImpl::InsertAll(nyxCollection& other) {
 
 void nyxHashImpl::Clear() {
     DestroyAll();
-    Allocate(static_cast<uint32_t>(m_initialCapacity > 0 ? m_initialCapacity : 0));
+    Begin(static_cast<uint32_t>(m_initialCapacity > 0 ? m_initialCapacity : 0));
 }
 
 bool nyxHashImpl::RemoveAt(nyxIterator* iterator, bool forward) {

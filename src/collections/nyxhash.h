@@ -10,6 +10,14 @@
 // the key at offset 8, then the value. Iteration runs in table order, which depends on the
 // hashes and the history of the table and on nothing else; stored maps write their entries
 // in that order.
+//
+// Most tables are small: every stored object with attributes has a map of a handful of
+// entries at a capacity of a hundred or more. Such a table keeps the entries that are not
+// empty in a side block of kFewEntries, each tagged with its place; a place missing from the
+// side block is an empty entry. Probing, order, growth and capacity are those of the full
+// block, which is built (the entries copied to their places) when one more entry than the side
+// block holds would be taken. Like growth, that move invalidates element addresses and
+// iterators.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +25,14 @@
 
 #include "collections/nyxelements.h"
 #include "collections/nyxkeyed.h"
+
+// Where a probe ended: the entry an insertion would fill, or in a small table an empty place
+// that has no entry yet (entry null). place is kNoPlace when the table is full.
+struct nyxHashSlot {
+    static constexpr uint32_t kNoPlace = UINT32_MAX;
+    char* entry = nullptr;
+    uint32_t place = kNoPlace;
+};
 
 typedef uint32_t (*nyxHashFunction)(const void* key);
 typedef const void* (*nyxKeyOfValueFunction)(const void* value);
@@ -41,6 +57,8 @@ public:
     static constexpr uint32_t kStateEmpty = 0;
     static constexpr uint32_t kStateOccupied = 1;
     static constexpr uint32_t kStateDeleted = 2;
+    // The entries a small table keeps before it builds its full block.
+    static constexpr uint32_t kFewEntries = 8;
 
     // Key and value mode.
     explicit nyxHashImpl(nyxHashFunction hash);
@@ -101,6 +119,8 @@ public:
     int32_t GetThreshold() const { return m_threshold; }
     int32_t GetUsed() const { return m_used; }
     int32_t GetInitialCapacity() const { return m_initialCapacity; }
+    // Whether the full block has been built.
+    bool HasBlock() const { return m_table != nullptr; }
 
 protected:
     nyxHashImpl(const nyxHashImpl&) = delete;
@@ -112,11 +132,11 @@ protected:
 
     // The probe along the key's double-hashing path, with keysMatch(entry) telling whether an
     // occupied entry of the same hash holds the key. Gives that entry, or null; when slot is
-    // given it also receives the entry an insertion would fill (the first deleted one on the
-    // path, else the empty one that ended it; null if the table is full). A typed shell
-    // passes its own inline key comparison; everything else goes through KeysEqual.
+    // given it also receives the place an insertion would fill (the first deleted one on the
+    // path, else the empty one that ended it). A typed shell passes its own inline key
+    // comparison; everything else goes through KeysEqual.
     template <class KeysMatch>
-    char* ProbeWith(uint32_t hash, char** slot, KeysMatch keysMatch) const;
+    char* ProbeWith(uint32_t hash, nyxHashSlot* slot, KeysMatch keysMatch) const;
     const void* EntryKey(const char* entry) const {
         return m_keyOfValue ? m_keyOfValue(entry + m_valueOffset) : entry + m_keyOffset;
     }
@@ -124,6 +144,19 @@ protected:
 
 private:
     char* EntryAt(uint32_t place) const { return m_table + static_cast<size_t>(place) * m_entrySize; }
+    char* FewAt(uint32_t index) const { return m_few + static_cast<size_t>(index) * m_entrySize; }
+    // The side entry at place; null where the place is empty.
+    char* FindFew(uint32_t place) const {
+        for (uint32_t i = 0; i < m_fewCount; ++i)
+            if (m_fewPlaces[i] == place) return FewAt(i);
+        return nullptr;
+    }
+    uint32_t PlaceOfFew(const char* entry) const {
+        return m_fewPlaces[static_cast<uint32_t>(entry - m_few) / static_cast<uint32_t>(m_entrySize)];
+    }
+    // The occupied side entry next above (up) or below the place, in table order; from the
+    // first or last when place is kNoPlace.
+    char* NextFew(uint32_t place, bool up) const;
     static uint32_t Header(const char* entry) {
         uint32_t header;
         memcpy(&header, entry, sizeof header);
@@ -136,18 +169,31 @@ private:
         return static_cast<uint32_t>((static_cast<unsigned __int128>(low) * d) >> 64);
     }
 
-    char* Probe(const void* key, uint32_t hash, char** slot) const;
+    char* Probe(const void* key, uint32_t hash, nyxHashSlot* slot) const;
+    // The entry to fill for slot: a new side entry, or in the full block, which is built
+    // first when the side block is full. Null if there is no room or no memory.
+    char* Claim(const nyxHashSlot& slot);
+    // Builds the full block from the side entries; false, with the table as it was, if there
+    // is no memory.
+    bool BuildBlock();
     void Fill(char* entry, uint32_t hash, const void* key, const void* value);
     void Delete(char* entry);
     bool PutHashed(const void* key, const void* value);
     // A new block of nyxNextPrime(size) entries, the occupied entries inserted anew from low
     // to high place. False, with the table as it was, if there is no memory.
     bool Rehash(uint32_t size);
-    bool Allocate(uint32_t size);
+    // An empty table of nyxNextPrime(size) places, with no block yet.
+    void Begin(uint32_t size);
+    bool AllocateBlock(uint32_t size);
     void DestroyAll();
 
     int32_t m_tableBytes = 0;
+    // The full block, or null while the entries fit the side block.
     char* m_table = nullptr;
+    char* m_few = nullptr;
+    uint32_t m_fewPlaces[kFewEntries] = {};
+    // Side entries taken, in the order they were taken; a deleted one keeps its entry.
+    uint32_t m_fewCount = 0;
     int32_t m_entrySize = 0;
     int32_t m_keyOffset = 0;
     int32_t m_valueOffset = 0;
@@ -155,6 +201,7 @@ private:
     // Entries filled since the block was made: deletions don't lower it, so fill-and-delete
     // cycles push the table towards a rebuild that sweeps the deleted entries away.
     int32_t m_used = 0;
+    // 0 when the table has been freed for destruction.
     int32_t m_capacity = 0;
     int32_t m_threshold = 0;
     int32_t m_initialCapacity = 0;
@@ -167,27 +214,26 @@ private:
 };
 
 template <class KeysMatch>
-char* nyxHashImpl::ProbeWith(uint32_t hash, char** slot, KeysMatch keysMatch) const {
-    if (slot) *slot = nullptr;
-    if (m_table == nullptr) return nullptr;
+char* nyxHashImpl::ProbeWith(uint32_t hash, nyxHashSlot* slot, KeysMatch keysMatch) const {
+    if (slot) *slot = nyxHashSlot();
+    if (m_capacity == 0) return nullptr;
     uint32_t capacity = static_cast<uint32_t>(m_capacity);
     uint32_t place = FastMod(hash, m_capacityReciprocal, capacity);
     // The step is worked out only when the first entry doesn't settle the matter, which in a
     // table of spread keys is most of the time the case.
     uint32_t step = 0;
-    char* deleted = nullptr;
+    nyxHashSlot deleted;
     for (uint32_t tried = 0; tried < capacity; ++tried) {
-        char* entry = EntryAt(place);
-        uint32_t header = Header(entry);
-        uint32_t state = header >> 30;
+        char* entry = m_table ? EntryAt(place) : FindFew(place);
+        uint32_t state = entry ? Header(entry) >> 30 : kStateEmpty;
         if (state == kStateOccupied) {
             // The stored hash turns away nearly every foreign key before the keys are compared.
-            if ((header & kHashMask) == hash && keysMatch(entry)) return entry;
+            if ((Header(entry) & kHashMask) == hash && keysMatch(entry)) return entry;
         } else if (state == kStateDeleted) {
             // A deleted entry doesn't end the path: the key may lie behind it.
-            if (deleted == nullptr) deleted = entry;
+            if (deleted.entry == nullptr) deleted = {entry, place};
         } else {
-            if (slot) *slot = deleted ? deleted : entry;
+            if (slot) *slot = deleted.entry ? deleted : nyxHashSlot{entry, place};
             return nullptr;
         }
         // The smallest capacity is 13, so capacity - 2 is positive and the step never 0.
