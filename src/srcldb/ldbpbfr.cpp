@@ -85,16 +85,47 @@ int32_t LDBPageBuffer::FlushToDevice() {
     return 0;
 }
 
+namespace {
+
+// Room for a full pool from the start, kept when pages go: the index never shrinks back and
+// grows again with the next miss.
+nyxXArraySettings IndexSettings() {
+    nyxXArraySettings settings;
+    settings.growth_block = LDB_POOL_LIMIT + 1;
+    settings.shrink = 0;
+    settings.raw = 1;
+    return settings;
+}
+
+}  // namespace
+
 LDBPagePool::LDBPagePool(LDBStore* store)
-    : m_first(nullptr), m_store(store), m_count(0), m_clock(0), m_device_high(0),
-      m_generation(0) {}
+    : m_first(nullptr), m_index(IndexSettings()), m_store(store), m_count(0), m_clock(0),
+      m_device_high(0), m_generation(0) {}
 
 LDBPagePool::~LDBPagePool() { Clear(); }
 
+LDBPageBuffer* LDBPagePool::IndexAt(uint32_t place) const {
+    return *static_cast<LDBPageBuffer**>(m_index.GetAt(place));
+}
+
+uint32_t LDBPagePool::IndexPlace(uint32_t lowAddress) const {
+    uint32_t low = 0, high = m_index.GetCount();
+    while (low < high) {
+        uint32_t middle = low + (high - low) / 2;
+        if (IndexAt(middle)->m_low_address < lowAddress)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
 LDBPageBuffer* LDBPagePool::FindPage(uint32_t address) const {
-    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
-        if (page->Covers(address)) return page;
-    return nullptr;
+    uint32_t place = IndexPlace(address & ~LDB_PAGE_MASK);
+    if (place == m_index.GetCount()) return nullptr;
+    LDBPageBuffer* page = IndexAt(place);
+    return page->Covers(address) ? page : nullptr;
 }
 
 LDBPageBuffer* LDBPagePool::GetPage(uint32_t address) {
@@ -116,18 +147,20 @@ LDBPageBuffer* LDBPagePool::GetPage(uint32_t address) {
         delete page;
         return nullptr;
     }
+    if (!Link(page)) {
+        delete page;
+        nyxErrorPushInternal("LDB page allocation failed", kSource, __LINE__);
+        return nullptr;
+    }
     ++m_count;
-    Link(page);
     return page;
 }
 
-void LDBPagePool::Link(LDBPageBuffer* page) {
-    LDBPageBuffer* previous = nullptr;
-    LDBPageBuffer* next = m_first;
-    while (next != nullptr && next->m_low_address < page->m_low_address) {
-        previous = next;
-        next = next->m_next;
-    }
+bool LDBPagePool::Link(LDBPageBuffer* page) {
+    uint32_t place = IndexPlace(page->m_low_address);
+    if (!m_index.InsertAt(place, &page)) return false;
+    LDBPageBuffer* previous = place > 0 ? IndexAt(place - 1) : nullptr;
+    LDBPageBuffer* next = place + 1 < m_index.GetCount() ? IndexAt(place + 1) : nullptr;
     page->m_previous = previous;
     page->m_next = next;
     if (next != nullptr) next->m_previous = page;
@@ -135,9 +168,11 @@ void LDBPagePool::Link(LDBPageBuffer* page) {
         previous->m_next = page;
     else
         m_first = page;
+    return true;
 }
 
 void LDBPagePool::Unlink(LDBPageBuffer* page) {
+    m_index.RemoveAt(IndexPlace(page->m_low_address));
     if (page->m_previous != nullptr)
         page->m_previous->m_next = page->m_next;
     else
@@ -187,6 +222,7 @@ void LDBPagePool::Clear() {
         page = next;
     }
     m_first = nullptr;
+    m_index.Clear();
     m_count = 0;
     m_device_high = 0;
     ++m_generation;

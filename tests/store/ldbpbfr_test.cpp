@@ -1,3 +1,5 @@
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -143,6 +145,42 @@ TEST_F(PagePool, ClockWrapMakesEarlierPagesOldestAndKeepsListOrder) {
     Touch(store.get(), 129, 'R');
     EXPECT_EQ(store->Pool().FindPage(65 * LDB_PAGE_SIZE), nullptr);
     EXPECT_EQ(store->Pool().Count(), 128u);
+}
+
+TEST_F(PagePool, LookupsFindExactlyThePagesOfTheListUnderChurn) {
+    // Random reads over three hundred pages keep the pool evicting; every page a lookup gives
+    // must be the one of its address, the list must stay in address order, and the bytes must
+    // be the file's.
+    const uint32_t kPages = 300;
+    std::string path = MakeStore(kPages);
+    std::vector<unsigned char> file = testsupport::ReadFileBytes(path);
+    HeldStore store(path);
+    ASSERT_NE(store.get(), nullptr);
+    LDBPagePool& pool = store->Pool();
+    std::mt19937 rng(9);
+    for (int step = 0; step < 3000; ++step) {
+        uint32_t address = LDB_PAGE_SIZE + rng() % (kPages * LDB_PAGE_SIZE - 40);
+        LDBPoolCursor cursor(store.get(), address);
+        uint8_t byte = 0;
+        ASSERT_EQ(cursor.ReadBytes(&byte, 1), 0) << testsupport::DescribeTop();
+        ASSERT_EQ(byte, file[address]) << "address " << address;
+        if (step % 100 != 0) continue;
+        std::set<uint32_t> listed;
+        uint32_t previous = 0;
+        for (LDBPageBuffer* page = pool.First(); page != nullptr; page = page->Next()) {
+            if (page != pool.First()) ASSERT_LT(previous, page->LowAddress());
+            previous = page->LowAddress();
+            listed.insert(page->LowAddress());
+        }
+        ASSERT_EQ(listed.size(), pool.Count());
+        for (uint32_t p = 1; p <= kPages; ++p) {
+            LDBPageBuffer* found = pool.FindPage(p * LDB_PAGE_SIZE + rng() % LDB_PAGE_SIZE);
+            ASSERT_EQ(found != nullptr, listed.count(p * LDB_PAGE_SIZE) == 1) << "page " << p;
+            if (found) {
+                ASSERT_EQ(found->LowAddress(), p * LDB_PAGE_SIZE);
+            }
+        }
+    }
 }
 
 TEST_F(PagePool, PagesNeverReadPastDeviceHigh) {
