@@ -25,11 +25,21 @@ bool InClass(const LDBPageBuffer* page, EvictionClass wanted) {
 }
 }  // namespace
 
-LDBPageBuffer::LDBPageBuffer(LDBPagePool* pool, uint32_t address)
-    : m_pool(pool), m_pin_count(0), m_low_address(address & ~LDB_PAGE_MASK),
-      m_high_address(address | LDB_PAGE_MASK), m_low_modified(0), m_high_modified(0),
-      m_write_count(0), m_modified(false), m_use_stamp(0), m_next(nullptr),
-      m_previous(nullptr) {
+LDBPageBuffer::LDBPageBuffer(LDBPagePool* pool, uint32_t address) : m_pool(pool) {
+    Reset(address);
+}
+
+void LDBPageBuffer::Reset(uint32_t address) {
+    m_pin_count = 0;
+    m_low_address = address & ~LDB_PAGE_MASK;
+    m_high_address = address | LDB_PAGE_MASK;
+    m_low_modified = 0;
+    m_high_modified = 0;
+    m_write_count = 0;
+    m_modified = false;
+    m_use_stamp = 0;
+    m_next = nullptr;
+    m_previous = nullptr;
     // Bytes that nothing read or wrote are never exposed in a sound file; zeroing them keeps
     // files reproducible byte for byte.
     std::memset(m_data, 0, sizeof m_data);
@@ -100,20 +110,21 @@ nyxXArraySettings IndexSettings() {
 }  // namespace
 
 LDBPagePool::LDBPagePool(LDBStore* store)
-    : m_first(nullptr), m_index(IndexSettings()), m_store(store), m_count(0), m_clock(0),
-      m_device_high(0), m_generation(0) {}
+    : m_first(nullptr), m_index(IndexSettings()), m_spare(nullptr), m_store(store), m_count(0),
+      m_clock(0), m_device_high(0), m_generation(0) {}
 
 LDBPagePool::~LDBPagePool() { Clear(); }
 
 LDBPageBuffer* LDBPagePool::IndexAt(uint32_t place) const {
-    return *static_cast<LDBPageBuffer**>(m_index.GetAt(place));
+    return static_cast<LDBPageBuffer**>(m_index.GetData())[place];
 }
 
 uint32_t LDBPagePool::IndexPlace(uint32_t lowAddress) const {
+    LDBPageBuffer* const* pages = static_cast<LDBPageBuffer**>(m_index.GetData());
     uint32_t low = 0, high = m_index.GetCount();
     while (low < high) {
         uint32_t middle = low + (high - low) / 2;
-        if (IndexAt(middle)->m_low_address < lowAddress)
+        if (pages[middle]->m_low_address < lowAddress)
             low = middle + 1;
         else
             high = middle;
@@ -138,7 +149,14 @@ LDBPageBuffer* LDBPagePool::GetPage(uint32_t address) {
     }
     // A lost write-back fails the commit that caused it; don't let it go on writing.
     if (evictionFailed) return nullptr;
-    LDBPageBuffer* page = new (std::nothrow) LDBPageBuffer(this, address);
+    // The page of the last eviction serves again: a fresh allocation of a page's size would
+    // make the allocator sweep its small free chunks on every miss.
+    LDBPageBuffer* page = m_spare;
+    m_spare = nullptr;
+    if (page != nullptr)
+        page->Reset(address);
+    else
+        page = new (std::nothrow) LDBPageBuffer(this, address);
     if (page == nullptr) {
         nyxErrorPushInternal("LDB page allocation failed", kSource, __LINE__);
         return nullptr;
@@ -201,7 +219,8 @@ bool LDBPagePool::EvictOne() {
     // A failed write-back stays on the stack and the page goes all the same: this happens only
     // inside a commit, whose failure path throws away everything written.
     victim->FlushToDevice();
-    delete victim;
+    delete m_spare;
+    m_spare = victim;
     --m_count;
     return true;
 }
@@ -222,6 +241,8 @@ void LDBPagePool::Clear() {
         page = next;
     }
     m_first = nullptr;
+    delete m_spare;
+    m_spare = nullptr;
     m_index.Clear();
     m_count = 0;
     m_device_high = 0;

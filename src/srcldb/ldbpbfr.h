@@ -54,6 +54,8 @@ private:
     friend class LDBPagePool;
     friend class LDBPagePin;
 
+    // Makes the page a fresh, zeroed one for the page of address.
+    void Reset(uint32_t address);
     // Fills the page from the device, within the store's range and up to device high.
     int32_t ReadFromDevice();
     // Writes the modified span back; on failure the page stays modified.
@@ -123,6 +125,8 @@ private:
     // The same pages in the same order, for lookups by binary search: cursors leave their
     // page all the time, and a walk of the list cost a tenth of every read.
     mutable nyxXArrayOf<LDBPageBuffer*> m_index;
+    // The last evicted page, kept for the next miss.
+    LDBPageBuffer* m_spare;
     LDBStore* m_store;
     uint32_t m_count;
     uint32_t m_clock;

@@ -168,7 +168,9 @@ TEST_F(PagePool, LookupsFindExactlyThePagesOfTheListUnderChurn) {
         std::set<uint32_t> listed;
         uint32_t previous = 0;
         for (LDBPageBuffer* page = pool.First(); page != nullptr; page = page->Next()) {
-            if (page != pool.First()) ASSERT_LT(previous, page->LowAddress());
+            if (page != pool.First()) {
+                ASSERT_LT(previous, page->LowAddress());
+            }
             previous = page->LowAddress();
             listed.insert(page->LowAddress());
         }
