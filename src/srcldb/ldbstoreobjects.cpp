@@ -68,11 +68,12 @@ int32_t LDBStore::LoadMembers(PDMc_LDBObject* object, uint8_t typeCode, LDBCurso
 
 int32_t LDBStore::AddToTable(PDMc_LDBObject* object, uint32_t address) {
     object->SetStorageAddress(address);
+    // The table refuses a present key as it refuses one it has no memory for; which of the
+    // two it was is asked only on that rare path.
+    if (m_objects.Put(address, object)) return 0;
     if (m_objects.Contains(address))
         return NYX_INTERNAL_ERROR("Duplicate key in LDB object table", kSource);
-    if (!m_objects.Put(address, object))
-        return NYX_INTERNAL_ERROR("LDB object table: out of memory", kSource);
-    return 0;
+    return NYX_INTERNAL_ERROR("LDB object table: out of memory", kSource);
 }
 
 void LDBStore::RemoveObject(PDMc_LDBObject* object) {
