@@ -76,6 +76,7 @@ public:
     struct Pending {
         uint32_t location;  // target address of the four bytes to rewrite
         uint32_t address;   // the source address, then the target address once copied
+        bool block;         // known to be a block, which the address map never holds
     };
 
     LDBCopyRecord(uint32_t source, uint32_t target)
@@ -90,11 +91,11 @@ public:
     LDBCopyRecord& operator=(const LDBCopyRecord&) = delete;
 
     // A null address needs nothing: the copied bytes already hold the 0.
-    int32_t AddPending(uint32_t location, uint32_t address) {
+    int32_t AddPending(uint32_t location, uint32_t address, bool block = false) {
         if (address == 0) return 0;
         if (!Grow(m_pending, m_pending_room, m_pending_count + 1))
             return NYX_INTERNAL_ERROR("LDB Compact: out of memory", kSource);
-        m_pending[m_pending_count++] = Pending{location, address};
+        m_pending[m_pending_count++] = Pending{location, address, block};
         return 0;
     }
 
@@ -250,7 +251,8 @@ int32_t LDBCompactor::CopyFrom(uint32_t source, uint32_t& target) {
         // The root's list may grow while this runs: deferred references join it.
         if (current->m_next_pending < current->m_pending_count) {
             LDBCopyRecord::Pending& pair = current->m_pending[current->m_next_pending];
-            if (const uint32_t* found = m_address_map.Find(pair.address)) {
+            const uint32_t* found = pair.block ? nullptr : m_address_map.Find(pair.address);
+            if (found != nullptr) {
                 pair.address = *found;
                 ++current->m_next_pending;
                 continue;
@@ -380,7 +382,7 @@ int32_t LDBCompactor::ParseObject(LDBCopyRecord* record, const LDBClassDescripto
             case LDB_MEMBER_STRING:
                 cursor.SetAddress(source + d);
                 rc = cursor.ReadU32(address);
-                if (rc == 0) rc = record->AddPending(target + d, address);
+                if (rc == 0) rc = record->AddPending(target + d, address, true);
                 break;
             case LDB_MEMBER_VALUE: {
                 // Only a string or an object value holds an address, behind the kind byte.
@@ -389,7 +391,8 @@ int32_t LDBCompactor::ParseObject(LDBCopyRecord* record, const LDBClassDescripto
                 rc = cursor.ReadU8(kind);
                 if (rc == 0 && (kind == kValueString || kind == kValueObject)) {
                     rc = cursor.ReadU32(address);
-                    if (rc == 0) rc = record->AddPending(target + d + 1, address);
+                    if (rc == 0)
+                        rc = record->AddPending(target + d + 1, address, kind == kValueString);
                 }
                 break;
             }
@@ -398,7 +401,7 @@ int32_t LDBCompactor::ParseObject(LDBCopyRecord* record, const LDBClassDescripto
                 // but their block is still a block to copy.
                 cursor.SetAddress(source + d + 4);
                 rc = cursor.ReadU32(address);
-                if (rc == 0) rc = record->AddPending(target + d + 4, address);
+                if (rc == 0) rc = record->AddPending(target + d + 4, address, true);
                 break;
             default: {
                 cursor.SetAddress(source + d);
