@@ -1,9 +1,5 @@
 #include "btkfile.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +7,8 @@
 
 #include "btkwidetext.h"
 #include "nyxstring.h"
+#include "platform/pdir.h"
+#include "platform/pfile.h"
 
 namespace {
 
@@ -30,9 +28,6 @@ bool ToNative(const char* path, char* native) {
 
 btkStatus Result(int rc) { return rc == 0 ? kBtkStatusSuccess : btkStatusFromLastError(); }
 
-bool IsLinkMode(mode_t mode) { return (mode & 0xF000) == 0xA000; }
-bool IsDirectoryMode(mode_t mode) { return (mode & 0xF000) == 0x4000; }
-
 int CompareNames(const void* first, const void* second) {
     return std::strcmp(*static_cast<char* const*>(first), *static_cast<char* const*>(second));
 }
@@ -48,24 +43,7 @@ public:
 
     // False with errno set if the directory can't be read.
     bool Load(const char* nativePath) {
-        DIR* dir = opendir(nativePath);
-        if (dir == nullptr) return false;
-        errno = 0;
-        while (dirent* entry = readdir(dir)) {
-            char* copy = nyxStrdup(entry->d_name);
-            if (copy == nullptr || !names.Append(&copy)) {
-                nyxStringFree(copy);
-                closedir(dir);
-                errno = ENOMEM;
-                return false;
-            }
-        }
-        int readError = errno;
-        closedir(dir);
-        if (readError != 0) {
-            errno = readError;
-            return false;
-        }
+        if (platform::ReadDirectory(nativePath, &AddName, this) != 0) return false;
         if (names.Count() > 1) std::qsort(names.At(0), names.Count(), sizeof(char*), CompareNames);
         return true;
     }
@@ -117,6 +95,13 @@ public:
 
 private:
     char* NameAt(uint32_t i) const { return *static_cast<char**>(names.At(i)); }
+    static bool AddName(void* context, const char* name) {
+        auto* self = static_cast<btkSnapshotDirIterator*>(context);
+        char* copy = nyxStrdup(name);
+        if (copy != nullptr && self->names.Append(&copy)) return true;
+        nyxStringFree(copy);
+        return false;
+    }
 
     dsBlockArray names;
     uint32_t next = 0;
@@ -127,21 +112,23 @@ private:
 btkStatus btkMakeDirectory(const char* path) {
     btkPath native;
     if (!ToNative(path, native)) return kStatusTooLong;
-    return Result(mkdir(native, 0777));
+    return Result(platform::MakeDirectory(native));
 }
 
 btkStatus btkDeleteFile(const char* path) {
     btkPath native;
     if (!ToNative(path, native)) return kStatusTooLong;
-    return Result(unlink(native));
+    return Result(platform::RemoveFile(native));
 }
 
 btkStatus btkRemoveDirectory(const char* path) {
     btkPath native;
     if (!ToNative(path, native)) return kStatusTooLong;
-    struct stat st;
-    if (lstat(native, &st) == 0 && IsLinkMode(st.st_mode)) return Result(unlink(native));
-    return Result(rmdir(native));
+    platform::PathStatus status;
+    // A link to a directory goes as the link, never as the directory behind it.
+    if (platform::StatPath(native, false, &status) && status.isLink)
+        return Result(platform::RemoveFile(native));
+    return Result(platform::RemoveDirectory(native));
 }
 
 btkFileInfo btkStatFile(const char* path) {
@@ -149,14 +136,14 @@ btkFileInfo btkStatFile(const char* path) {
     btkPath native;
     if (!ToNative(path, native)) return info;
     btkPathStripTrailing(native);
-    struct stat st;
-    if (stat(native, &st) != 0) return info;
+    platform::PathStatus status;
+    if (!platform::StatPath(native, true, &status)) return info;
     info.exists = true;
-    info.isDirectory = IsDirectoryMode(st.st_mode);
+    info.isDirectory = status.isDirectory;
     info.canRead = info.canWrite = info.canExecute = true;
-    info.isLink = IsLinkMode(st.st_mode);
-    info.modificationTime = static_cast<int32_t>(static_cast<uint32_t>(st.st_mtime));
-    info.size = static_cast<uint32_t>(st.st_size);
+    info.isLink = status.isLink;
+    info.modificationTime = static_cast<int32_t>(static_cast<uint32_t>(status.modificationTime));
+    info.size = static_cast<uint32_t>(status.size);
     return info;
 }
 
@@ -223,9 +210,9 @@ btkStatus btkRemoveTree(const char* path) {
         }
         btkPath native;
         btkPathToNative(native, full);
-        struct stat st;
-        if (lstat(native, &st) != 0) break;
-        btkStatus status = IsDirectoryMode(st.st_mode) ? btkRemoveTree(full) : btkDeleteFile(full);
+        platform::PathStatus entry;
+        if (!platform::StatPath(native, false, &entry)) break;
+        btkStatus status = entry.isDirectory ? btkRemoveTree(full) : btkDeleteFile(full);
         if (status != kBtkStatusSuccess) {
             delete iterator;
             return status;
