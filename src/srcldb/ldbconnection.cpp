@@ -34,8 +34,9 @@ PDMc_LDB::PDMc_LDB()
 }
 
 PDMc_LDB::~PDMc_LDB() {
-    // The store is gone already: a disconnect or a delete destroyed it.
-    delete m_file_queue;
+    // The store is gone already: a disconnect or a delete destroyed it. A queue that still
+    // holds entries refuses to go and stays, rather than drop file operations unrun.
+    if (m_file_queue != nullptr) m_file_queue->Delete();
     delete m_layout;
 }
 
@@ -155,6 +156,9 @@ int32_t PDMc_LDB::EnsureRoot() {
 int32_t PDMc_LDB::Start() { return m_store->StartTransaction(); }
 
 int32_t PDMc_LDB::Commit() {
+    // The files first: a deletion that fails leaves the transaction open for the client to
+    // end once more, with the queue empty. Deletions done here stay done if the store's commit
+    // fails after them; a file can't be taken back.
     if (int32_t rc = m_file_queue->Commit()) return rc;
     return m_store->CommitTransaction();
 }
@@ -178,6 +182,26 @@ PDMc_LDB* PDMc_LDB::FromObject(PDMc_LDBObject* object) {
     if (object == nullptr || object->GetTypeCode() != kTypeCode) return nullptr;
     return static_cast<PDMc_LDB*>(object);
 }
+
+PDMc_LDB* PDMc_LDB::FromOwner(LDBObjectOwner* owner) { return dynamic_cast<PDMc_LDB*>(owner); }
+
+int32_t PDMc_LDB::QueueNewFile(const char* path) {
+    return m_file_queue->Queue(LDBFileOp::kNewFile, path);
+}
+
+int32_t PDMc_LDB::QueueNewDirectory(const char* path) {
+    return m_file_queue->Queue(LDBFileOp::kNewDirectory, path);
+}
+
+int32_t PDMc_LDB::QueueDeleteFile(const char* path) {
+    return m_file_queue->Queue(LDBFileOp::kDeleteFile, path);
+}
+
+int32_t PDMc_LDB::QueueDeleteDirectory(const char* path) {
+    return m_file_queue->Queue(LDBFileOp::kDeleteDirectory, path);
+}
+
+int32_t PDMc_LDB::QueueFileStamp(PDMc_LF* file) { return m_file_queue->QueueFileStamp(file); }
 
 PDMc_LDBRef* PDMc_LDB::GetAttrs() {
     PDMc_LDBRoot* root = GetRoot();

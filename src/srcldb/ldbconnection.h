@@ -15,6 +15,7 @@
 
 class LDBStore;
 class LDBStorageLayout;
+class PDMc_LF;
 class PDMc_LFOPQ;
 class PDMc_LDBRoot;
 class PDMc_LDBMap;
@@ -53,6 +54,19 @@ public:
     // The root object, loaded if need be; null when the store has none yet.
     PDMc_LDBRoot* GetRoot();
 
+    // Every change a transaction makes to files on disk goes through these, so that commit and
+    // abort settle it (see PDMc_LFOPQ). Each gives the error stack's code.
+    // A file the client will now write: it goes again if the transaction aborts.
+    int32_t QueueNewFile(const char* path);
+    // A new workspace's directory, made at once: it goes with all it holds at abort.
+    int32_t QueueNewDirectory(const char* path);
+    // A file out of use: it goes at commit.
+    int32_t QueueDeleteFile(const char* path);
+    // A deleted workspace's directory: it goes with all it holds at commit.
+    int32_t QueueDeleteDirectory(const char* path);
+    // A file just made or made local: its stamp is taken at commit.
+    int32_t QueueFileStamp(PDMc_LF* file);
+
     // Lookups on the root's maps give the object or null and push nothing. The creators push
     // 1901 (the key; for a dependency definition the class) when the key is taken.
     PDMc_LDBObject* FindWorkspace(const char* name);
@@ -79,6 +93,8 @@ public:
 
     // A handle of either kind gives back the connection.
     static PDMc_LDB* FromObject(PDMc_LDBObject* object);
+    // The connection behind an object's owner; null for an owner of another kind.
+    static PDMc_LDB* FromOwner(LDBObjectOwner* owner);
 
     // PDMc_LDBObject: the connection has no record; its attribute holder is the root's.
     const char* GetClassName() const override { return "PDMc_LDB"; }

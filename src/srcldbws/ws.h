@@ -20,6 +20,15 @@ public:
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
 
+    // The directory of the workspace's local files, in the stored form with "|".
+    const nyxString& GetOsDirPath() const { return m_os_dir_path; }
+    // Gives out the next file version of the workspace. The counter is stored, so it rises
+    // only in what is committed, and an aborted file's number may come again.
+    int32_t NextFileVersion() {
+        MarkModified();
+        return ++m_file_ver_counter;
+    }
+
 private:
     friend struct LDBSchema;
 

@@ -26,6 +26,19 @@ bool ToNative(const char* path, char* native) {
     return true;
 }
 
+// The status of the path itself, not of a link's target.
+bool LstatPath(const char* path, platform::PathStatus* status) {
+    btkPath native;
+    if (!ToNative(path, native)) return false;
+    btkPathStripTrailing(native);
+    return platform::StatPath(native, false, status);
+}
+
+bool IsLinkItself(const char* path) {
+    platform::PathStatus status;
+    return LstatPath(path, &status) && status.isLink;
+}
+
 btkStatus Result(int rc) { return rc == 0 ? kBtkStatusSuccess : btkStatusFromLastError(); }
 
 int CompareNames(const void* first, const void* second) {
@@ -131,6 +144,11 @@ btkStatus btkRemoveDirectory(const char* path) {
     return Result(platform::RemoveDirectory(native));
 }
 
+bool btkPathExists(const char* path) {
+    platform::PathStatus status;
+    return LstatPath(path, &status);
+}
+
 btkFileInfo btkStatFile(const char* path) {
     btkFileInfo info = {};
     btkPath native;
@@ -194,6 +212,9 @@ btkDirIterator* btkOpenDirIterator(const char* path) {
 }
 
 btkStatus btkRemoveTree(const char* path) {
+    // A workspace directory that is a link to somewhere else goes as the link: the tree behind
+    // it belongs to someone else.
+    if (IsLinkItself(path)) return btkRemoveDirectory(path);
     btkDirIterator* iterator = btkOpenDirIterator(path);
     if (iterator == nullptr) return btkStatusFromLastError();
     btkPath name;

@@ -26,8 +26,13 @@ btkStatus btkDeleteFile(const char* path);
 // Removes an empty directory, or the link itself when the path is a symbolic link.
 btkStatus btkRemoveDirectory(const char* path);
 // Removes a directory with everything below it, depth first, in name order; the first failure
-// stops the walk and leaves what is left in place. Links are removed, never followed.
+// stops the walk and leaves what is left in place. Links are removed, never followed, also when
+// the path itself is one.
 btkStatus btkRemoveTree(const char* path);
+
+// True for anything at the path, a file, a directory or a link, even one whose target is gone.
+// Trailing separators are cut first.
+bool btkPathExists(const char* path);
 
 // Follows links, like the runtime's stat; trailing separators are cut first.
 btkFileInfo btkStatFile(const char* path);
