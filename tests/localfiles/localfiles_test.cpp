@@ -68,17 +68,17 @@ protected:
 TEST_F(LocalFiles, OutcomeDecidesWhichQueuedPathsStay) {
     // What is queued, and whether it is there after a commit and after an abort.
     const struct {
-        int32_t (PDMc_LDB::*queue)(const char*);
+        int32_t kind;
         const char* name;
         bool afterCommit, afterAbort;
     } rows[] = {
-        {&PDMc_LDB::QueueNewDirectory, "ws", true, false},
-        {&PDMc_LDB::QueueNewFile, "new.txt", true, false},
-        {&PDMc_LDB::QueueNewFile, "never.txt", false, false},
-        {&PDMc_LDB::QueueDeleteFile, "old.txt", false, true},
-        {&PDMc_LDB::QueueDeleteFile, "missing.txt", false, false},
-        {&PDMc_LDB::QueueDeleteDirectory, "old_dir", false, true},
-        {&PDMc_LDB::QueueDeleteDirectory, "link", false, true},
+        {LDBFileOp::kNewDirectory, "ws", true, false},
+        {LDBFileOp::kNewFile, "new.txt", true, false},
+        {LDBFileOp::kNewFile, "never.txt", false, false},
+        {LDBFileOp::kDeleteFile, "old.txt", false, true},
+        {LDBFileOp::kDeleteFile, "missing.txt", false, false},
+        {LDBFileOp::kDeleteDirectory, "old_dir", false, true},
+        {LDBFileOp::kDeleteDirectory, "link", false, true},
     };
     for (bool commit : {true, false}) {
         SCOPED_TRACE(commit ? "commit" : "abort");
@@ -91,13 +91,14 @@ TEST_F(LocalFiles, OutcomeDecidesWhichQueuedPathsStay) {
         fs::create_directory_symlink(base + "/target", base + "/link");
         ASSERT_EQ(PDMLDBStartTransaction(handle), 0);
         for (const auto& row : rows)
-            ASSERT_EQ((ldb->*row.queue)(Portable(base + "/" + row.name).c_str()), 0) << row.name;
+            ASSERT_EQ(ldb->FileQueue()->Queue(row.kind, Portable(base + "/" + row.name).c_str()), 0)
+                << row.name;
         // The client fills what it was given; the directory was made at queueing.
         fs::create_directory(base + "/ws/inner");
         Write(base + "/ws/inner/part.1");
         Write(base + "/new.txt");
         EXPECT_EQ(ldb->QueueNewDirectory(Portable(base + "/ws").c_str()), 418);
-        EXPECT_EQ(Arguments(nyxErrorGetCurrent()), std::vector<std::string>{Portable(base + "/ws")});
+        EXPECT_EQ(Arguments(nyxErrorGetCurrent()).at(0), Portable(base + "/ws"));
         nyxErrorClear();
         EXPECT_EQ(ldb->FileQueue()->Count(), 7u) << "the refused directory isn't queued";
 
