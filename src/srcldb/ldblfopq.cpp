@@ -25,6 +25,12 @@ int32_t RemoveTreeIfThere(const nyxString& path) {
     return nyxErrorReport(kErrorRemoveTree, path);
 }
 
+nyxString PathOf(const PDMc_LF* file) {
+    nyxString path;
+    file->GetPath(path);
+    return path;
+}
+
 }  // namespace
 
 LDBFileOp::LDBFileOp(const char* path, int32_t kind) : m_path(path), m_kind(kind) {}
@@ -47,16 +53,15 @@ int32_t LDBFileOp::Abort() {
     }
 }
 
-LDBFileStampOp::LDBFileStampOp(PDMc_LF* file) : LDBFileOp("", kFileStamp), m_file(file) {}
+LDBFileStampOp::LDBFileStampOp(PDMc_LF* file)
+    : LDBFileOp(PathOf(file).c_str(), kFileStamp), m_file(file) {}
 
 LDBFileStampOp::~LDBFileStampOp() = default;
 
 int32_t LDBFileStampOp::Commit() {
-    // The record's path now, not at queueing: Localize may have moved it since.
-    nyxString path;
-    m_file->GetPath(path);
-    // A file the client never wrote gets no stamp, and stays modified by its flag.
-    if (!btkPathExists(path.c_str())) return 0;
+    // The record's path now, not at queueing: Localize may have moved it since. A file the
+    // client never wrote gets no stamp, and stays modified by its flag.
+    if (!btkPathExists(PathOf(m_file).c_str())) return 0;
     return m_file->SetModificationStampFromFile();
 }
 
