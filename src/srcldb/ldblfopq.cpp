@@ -89,21 +89,17 @@ int32_t PDMc_LFOPQ::Append(LDBFileOp* op) {
     return nyxErrorCurrentCode();
 }
 
-int32_t PDMc_LFOPQ::Commit() {
-    int32_t result = 0;
-    for (nyxListNode* node = m_ops.Head(); node != nullptr; node = node->next) {
-        LDBFileOp* op = *static_cast<LDBFileOp**>(m_ops.ElementOf(node));
-        if (int32_t rc = op->Commit()) result = rc;
-    }
-    Discard();
-    return result;
-}
+int32_t PDMc_LFOPQ::Commit() { return Run(true); }
 
-int32_t PDMc_LFOPQ::Abort() {
+int32_t PDMc_LFOPQ::Abort() { return Run(false); }
+
+int32_t PDMc_LFOPQ::Run(bool commit) {
     int32_t result = 0;
-    for (nyxListNode* node = m_ops.Tail(); node != nullptr; node = node->prev) {
+    nyxListNode* node = commit ? m_ops.Head() : m_ops.Tail();
+    while (node != nullptr) {
         LDBFileOp* op = *static_cast<LDBFileOp**>(m_ops.ElementOf(node));
-        if (int32_t rc = op->Abort()) result = rc;
+        if (int32_t rc = commit ? op->Commit() : op->Abort()) result = rc;
+        node = commit ? node->next : node->prev;
     }
     Discard();
     return result;

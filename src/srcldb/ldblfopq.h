@@ -83,6 +83,8 @@ private:
     // Only Delete destroys a queue, so that no entry is ever dropped unrun.
     ~PDMc_LFOPQ() = default;
 
+    // Commit walks first to last, Abort last to first; a failure doesn't stop the walk.
+    int32_t Run(bool commit);
     // Takes the entry; null stands for an allocation that failed.
     int32_t Append(LDBFileOp* op);
     // Destroys every entry and empties the list.
