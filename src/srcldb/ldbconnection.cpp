@@ -12,6 +12,7 @@
 #include "srcldb/ldbschema.h"
 #include "srcldb/ldbstglayout.h"
 #include "srcldb/ldbstore.h"
+#include "srcldb/ldbupgrade.h"
 #include "srcldbws/wsd.h"
 
 namespace {
@@ -288,8 +289,10 @@ void PDMc_LDB::UpgradeDatabase(const nyxString& path) {
         nyxErrorReport(2412, path);
         return;
     }
-    nyxErrorPushInternal("LDB upgrade of older files is not available", "srcldb/ldbconnection",
-                         __LINE__);
+    PDMc_LDB* connection = MakeConnection();
+    if (connection == nullptr) return;
+    LDBUpgradeDatabase(path, *connection->m_layout, connection);
+    DestroyConnection(connection);
 }
 
 void PDMc_LDB::CompactDatabase(const nyxString& path, PDMLDBCompactOptions* options) {
