@@ -1,0 +1,225 @@
+// The upgrade of old-format files: every value and every object comes through once in the
+// current byte forms; current and newer files are left alone; damaged files fail and stay as
+// they were; a crash at any step leaves a file that upgrades to the same bytes.
+#include <map>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "crashharness.h"
+#include "errors/nyxerror.h"
+#include "marrows/marrows.h"
+#include "oldstore.h"
+#include "srcldb/ldbcodec.h"
+#include "srcldb/ldbobject.h"
+#include "srcldb/ldbreps.h"
+#include "srcldb/ldbstore.h"
+#include "srcldb/ldbupgobj.h"
+#include "srcldb/ldbupgrade.h"
+#include "srcldb/ldbvalue.h"
+#include "testsupport.h"
+
+using oldstore::Bytes;
+using oldstore::Layout;
+using oldstore::OldStore;
+using testsupport::ReadFileBytes;
+using testsupport::WriteFileBytes;
+
+namespace {
+
+uint32_t Word(const Bytes& file, uint32_t at) { return LDBDecodeU32(&file[at]); }
+
+// A store of every class that has an old layout, with cycles (workspace and frame, item and
+// version, library and library version) and a version whose version byte is already 2.
+struct Sample {
+    OldStore store;
+    uint32_t ws, luf, wspiv, lilv;
+    std::map<uint8_t, int> classes;  // objects per class code
+
+    Sample() {
+        uint32_t root = Obj(64);
+        ws = Obj(80), luf = Obj(90), wspiv = Obj(82, 2), lilv = Obj(87);
+        uint32_t wspi = Obj(81), lufi = Obj(91), lpi = Obj(88), lpitd = Obj(89), lf = Obj(95);
+        uint32_t lav = Obj(93), lad = Obj(94), lil = Obj(86), wsd = Obj(83), wsgir = Obj(85);
+        store.Word(root, "m_workspaces", Map({{"alpha", ws}}));
+        store.Word(root, "m_pi_type_defs", Map({{"doc", lpitd}}));
+        store.Word(root, "m_attr_defs", Map({{"colour", lad}}));
+        store.Word(root, "m_dep_defs", Map({}));
+        store.Text(ws, "m_name", "alpha");
+        store.Word(ws, "m_undo_stack", Array({luf}));
+        store.Word(ws, "m_luf", luf);
+        store.Word(ws, "m_user_data_id", 1234);
+        store.Word(ws, "m_auto_set_is_modified", 1);
+        store.Word(luf, "m_ws", ws);
+        store.Word(luf, "m_lufi_items", Map({{"item", lufi}}));
+        store.Word(luf, "m_user_data_id", 77);
+        store.Word(lufi, "m_creating_frame", luf);
+        store.Word(lufi, "m_lpi", lpi);
+        store.Word(lufi, "m_wspi", wspi);
+        store.Word(lpi, "m_lufi", lufi);
+        store.Text(lpitd, "m_name", "doc");
+        store.Word(wspi, "m_shortcut_current_piv", wspiv);
+        store.Word(wspiv, "m_workspace", ws);
+        store.Text(wspiv, "m_target_revision", "B");
+        store.Word(wspiv, "m_has_instances", 1);
+        store.Word(wspiv, "m_is_repository_ref", 1);
+        store.Word(wspiv, "m_files", Array({lf}));
+        store.Word(wspiv, "m_attr_values", Map({{"colour", lav}}));
+        store.Word(wspiv, "m_dependencies", Array({wsd}));
+        store.Word(wspiv, "m_instance_wsgirs", Array({wsgir}));
+        store.Word(wspiv, "m_user_data_id", 4321);
+        store.Word(wspiv, "m_modification_stamp", 4000);
+        store.Word(wspiv, "m_lil", lil);
+        store.Word(wsd, "m_parent_piv", wspiv);
+        store.Word(wsgir, "m_instance_wspi", wspi);
+        store.Text(lf, "m_file_name", "a.txt");
+        store.Word(lf, "m_is_modified", 1);
+        store.Word(lav, "m_attrdef", lad);
+        store.Value(lav, "m_value", PDMc_LDBValue::kInteger, 42);
+        store.Text(lad, "m_name", "colour");
+        store.Word(lil, "m_shortcut_current_lilv", lilv);
+        store.Word(lilv, "m_lil", lil);
+        store.Ids(lilv, "m_orig_members", {5, 6, 7});
+        store.Word(lilv, "m_is_modified", 1);
+    }
+    uint32_t Obj(uint8_t code, uint8_t versionByte = 1) {
+        ++classes[code];
+        return store.Object(code, versionByte);
+    }
+    uint32_t Array(const std::vector<uint32_t>& elements) {
+        ++classes[65];
+        return store.ArrayObject(elements);
+    }
+    uint32_t Map(const oldstore::Entries& entries) {
+        ++classes[66];
+        return store.MapObject(entries);
+    }
+};
+
+// Walks the records of a current file in order: objects per class code and the version byte of
+// each class. Any byte that starts no record of the current format is a problem.
+std::map<uint8_t, int> Records(const Bytes& file, std::map<uint8_t, uint8_t>& versions,
+                               std::string& problem) {
+    std::map<uint8_t, int> counts;
+    for (uint32_t at = 40; at < file.size();) {
+        uint8_t first = file[at];
+        if (first < 64 && (first & LDB_BLOCK_DWORD_COUNT) != 0) {
+            uint8_t count[4] = {0, 0, 0, 0};
+            std::copy_n(&file[at + 1], LDBBlockCountWidth(first), count);
+            uint32_t width = (first & LDB_BLOCK_KIND_MASK) == LDB_BLOCK_BYTES ? 1 : 4;
+            at += 1 + LDBBlockCountWidth(first) + width * LDBDecodeU32(count);
+        } else if (const LDBClassDescriptor* descriptor = Layout().CurrentClass(first)) {
+            ++counts[first];
+            versions[first] = file[at + 1];
+            at += descriptor->GetFixedSize();
+        } else {
+            problem = "no record at " + std::to_string(at);
+            break;
+        }
+    }
+    return counts;
+}
+
+template <class T>
+T& Field(PDMc_LDBObject* object, const char* name) {
+    const LDBClassDescriptor* descriptor = Layout().CurrentClass(object->GetTypeCode());
+    return *static_cast<T*>(descriptor->FindMember(name)->GetPlace().FieldIn(object));
+}
+
+PDMc_LDBObject* Follow(PDMc_LDBObject* object, const char* name) {
+    return Field<PDMc_LDBRef>(object, name).GetTarget();
+}
+
+// The value under key in the stored map that the member refers to.
+PDMc_LDBObject* Entry(PDMc_LDBObject* object, const char* name, const char* key) {
+    return Field<LDBRefMapRep>(Follow(object, name), "m_rep").Find(key)->GetTarget();
+}
+
+class UpgradeTest : public testsupport::CleanStackTest {
+protected:
+    testsupport::TempDir dir;
+    std::string path = dir.File("old.ldb");
+};
+
+}  // namespace
+
+TEST_F(UpgradeTest, OldFileComesOutCurrentWithEveryValueOnce) {
+    Sample sample;
+    const Bytes old = sample.store.File();
+    WriteFileBytes(path, old);
+    int compatible = 0;
+    EXPECT_EQ(PDMIsLDBCompatible(path.c_str(), "", &compatible), 2416);
+    EXPECT_EQ(compatible, 1);
+    testsupport::ClearErrors();
+
+    ASSERT_EQ(PDMLDBUpgrade(path.c_str()), 0) << testsupport::DescribeTop();
+    const Bytes file = ReadFileBytes(path);
+    EXPECT_EQ(Word(file, 4), 514u);
+    EXPECT_EQ(Word(file, 12), file.size()) << "the file ends at its top";
+    EXPECT_EQ(Word(file, 16), 8u) << "a new stamp";
+    std::map<uint8_t, uint8_t> versions;
+    std::string problem;
+    EXPECT_EQ(Records(file, versions, problem), sample.classes) << "every object exactly once";
+    EXPECT_EQ(problem, "");
+    const std::map<uint8_t, uint8_t> expected = {
+        {64, 2}, {65, 1}, {66, 1}, {80, 2}, {81, 2}, {82, 2}, {83, 2}, {85, 2}, {86, 2},
+        {87, 2}, {88, 1}, {89, 1}, {90, 2}, {91, 1}, {93, 1}, {94, 1}, {95, 2}};
+    EXPECT_EQ(versions, expected);
+
+    EXPECT_EQ(PDMIsLDBCompatible(path.c_str(), "", &compatible), 0);
+    EXPECT_EQ(compatible, 1);
+    LDBHandle ldb = nullptr;
+    ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << testsupport::DescribeTop();
+    EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
+
+    LDBStore* store = LDBStore::ConnectStore(nullptr, path.c_str());
+    ASSERT_NE(store, nullptr);
+    store->SetLayout(&Layout());
+    ASSERT_EQ(store->StartTransaction(), 0);
+    PDMc_LDBObject* root = store->GetRoot();
+    ASSERT_NE(root, nullptr);
+    EXPECT_TRUE(Field<PDMc_LDBRef>(root, "m_attrs").IsNull());
+    PDMc_LDBObject* ws = Entry(root, "m_workspaces", "alpha");
+    ASSERT_NE(ws, nullptr);
+    EXPECT_STREQ(Field<nyxString>(ws, "m_name").c_str(), "alpha");
+    EXPECT_EQ(Field<int32_t>(ws, "m_user_data_id"), 1234) << "moved behind m_attrs";
+    EXPECT_TRUE(Field<bool>(ws, "m_auto_set_is_modified"));
+    EXPECT_FALSE(Field<bool>(ws, "m_is_ws_under_integration"));
+    // The boolean that took four bytes takes one, followed at once by the new one.
+    EXPECT_EQ(file[ws->GetStorageAddress() + 42], 1);
+    EXPECT_EQ(file[ws->GetStorageAddress() + 43], 0);
+    PDMc_LDBObject* luf = Follow(ws, "m_luf");
+    EXPECT_EQ(Follow(luf, "m_ws"), ws) << "the cycle points back at the one copy";
+    EXPECT_TRUE(Field<nyxString>(luf, "m_description").IsEmpty());
+    EXPECT_EQ(Field<int32_t>(luf, "m_user_data_id"), 77);
+    // The array that had only its address now has its count word too.
+    uint32_t array = Field<PDMc_LDBRef>(ws, "m_undo_stack").GetKey();
+    EXPECT_EQ(Word(file, array + 2), 1u);
+    EXPECT_EQ(Word(file, Word(file, array + 6) + 2), luf->GetStorageAddress());
+
+    PDMc_LDBObject* wspiv =
+        Follow(Follow(Entry(luf, "m_lufi_items", "item"), "m_wspi"), "m_shortcut_current_piv");
+    ASSERT_NE(wspiv, nullptr);
+    EXPECT_EQ(Field<int32_t>(wspiv, "m_user_data_id"), 4321) << "moved to the end";
+    EXPECT_EQ(Field<uint32_t>(wspiv, "m_modification_stamp"), 4000u);
+    EXPECT_STREQ(Field<nyxString>(wspiv, "m_target_revision").c_str(), "B");
+    EXPECT_TRUE(Field<bool>(wspiv, "m_has_instances"));
+    EXPECT_FALSE(Field<bool>(wspiv, "m_is_modified"));
+    EXPECT_TRUE(Field<bool>(wspiv, "m_is_repository_ref"));
+    EXPECT_FALSE(Field<bool>(wspiv, "m_hold_from_submission"));
+    EXPECT_EQ(Field<int32_t>(wspiv, "m_ws_status"), 0);
+    PDMc_LDBObject* lav = Entry(wspiv, "m_attr_values", "colour");
+    EXPECT_EQ(Field<PDMc_LDBValue>(lav, "m_value").GetInteger(), 42);
+    PDMc_LDBObject* lf = Field<LDBRefArrayRep>(Follow(wspiv, "m_files"), "m_rep").At(0).GetTarget();
+    EXPECT_STREQ(Field<nyxString>(lf, "m_file_name").c_str(), "a.txt");
+    EXPECT_TRUE(Field<bool>(lf, "m_is_modified"));
+    EXPECT_EQ(Field<uint32_t>(lf, "m_modification_stamp"), 0u);
+    PDMc_LDBObject* lilv = Follow(Follow(wspiv, "m_lil"), "m_shortcut_current_lilv");
+    LDBIdArrayRep& ids = Field<LDBIdArrayRep>(lilv, "m_orig_members");
+    ASSERT_EQ(ids.Count(), 3u);
+    EXPECT_EQ(ids.At(2), 7u);
+    EXPECT_TRUE(Field<bool>(lilv, "m_is_modified"));
+    store->AbortTransaction();
+    LDBStore::CloseStore(store);
+}
