@@ -223,3 +223,155 @@ TEST_F(UpgradeTest, OldFileComesOutCurrentWithEveryValueOnce) {
     store->AbortTransaction();
     LDBStore::CloseStore(store);
 }
+
+TEST_F(UpgradeTest, CurrentNewerEmptyAndConnectedFiles) {
+    LDBHandle ldb = nullptr;
+    ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0);
+    EXPECT_EQ(PDMLDBUpgrade(path.c_str()), 2412) << "connected in this process";
+    testsupport::ClearErrors();
+    ASSERT_EQ(PDMLDBDisconnect(ldb), 0);
+    const Bytes current = ReadFileBytes(path);
+    EXPECT_EQ(PDMLDBUpgrade(path.c_str()), 0);
+    EXPECT_EQ(ReadFileBytes(path), current) << "nothing to do, and the stamp stays";
+
+    const Bytes newer = OldStore(515).File();
+    WriteFileBytes(path, newer);
+    EXPECT_EQ(PDMLDBUpgrade(path.c_str()), 2404);
+    EXPECT_EQ(ReadFileBytes(path), newer);
+    testsupport::ClearErrors();
+
+    // A file that never stored a root becomes an empty current one, which a connect fills.
+    WriteFileBytes(path, OldStore().File());
+    ASSERT_EQ(PDMLDBUpgrade(path.c_str()), 0) << testsupport::DescribeTop();
+    const Bytes empty = ReadFileBytes(path);
+    EXPECT_EQ(empty.size(), 40u);
+    EXPECT_EQ(Word(empty, 4), 514u);
+    ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << testsupport::DescribeTop();
+    EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
+}
+
+TEST_F(UpgradeTest, DamagedFilesFailWithARecordAndStayAsTheyWere) {
+    Sample sample;
+    OldStore& store = sample.store;
+    const uint32_t luf = store.At(sample.ws, "m_luf");
+    const uint32_t name = Word(store.File(), store.At(sample.ws, "m_name"));
+    struct Damage {
+        const char* what;
+        uint32_t at, word;
+        const char* message;  // the top record's, when it is the upgrade's own
+    };
+    const Damage damages[] = {
+        {"reference beyond the file", luf, 0x7FFF0000, nullptr},
+        {"reference into a string", luf, name + 1, "LDBUpgrade LoadObject: unknown object type"},
+        {"unknown class code", sample.lilv, 70, "LDBUpgrade LoadObject: unknown object type"},
+        {"class version without a layout", sample.luf, 0x035A, "LDBUpgrade LoadObject: unknown object type"},
+        {"string block beyond the file", name, 0xFFFFFF31, nullptr},
+    };
+    for (const Damage& damage : damages) {
+        Bytes bytes = store.File();
+        std::copy_n(reinterpret_cast<const unsigned char*>(&damage.word),
+                    damage.word > 0xFFFF || damage.at == luf ? 4 : 2, &bytes[damage.at]);
+        WriteFileBytes(path, bytes);
+        EXPECT_NE(PDMLDBUpgrade(path.c_str()), 0) << damage.what;
+        ASSERT_NE(nyxErrorGetCurrent(), nullptr) << damage.what;
+        if (damage.message != nullptr) {
+            EXPECT_EQ(testsupport::Arguments(nyxErrorGetCurrent()).at(0), damage.message);
+        }
+        EXPECT_EQ(ReadFileBytes(path), bytes) << damage.what;
+        testsupport::ClearErrors();
+    }
+
+    // Random bytes changed: either a file that still upgrades, or a record and the old bytes.
+    std::mt19937 random(11);
+    const Bytes good = store.File();
+    for (int round = 0; round < 200; ++round) {
+        Bytes bytes = good;
+        for (int i = 0; i < 3; ++i)
+            bytes[40 + random() % (bytes.size() - 40)] = static_cast<unsigned char>(random());
+        WriteFileBytes(path, bytes);
+        if (PDMLDBUpgrade(path.c_str()) != 0) {
+            EXPECT_NE(nyxErrorGetCurrent(), nullptr);
+            EXPECT_EQ(ReadFileBytes(path), bytes) << "round " << round;
+        } else {
+            EXPECT_EQ(Word(ReadFileBytes(path), 4), 514u) << "round " << round;
+        }
+        testsupport::ClearErrors();
+    }
+}
+
+TEST_F(UpgradeTest, ObjectsThatReachThemselvesAreWrittenOnce) {
+    OldStore store;
+    uint32_t root = store.Object(64);
+    uint32_t array = store.ArrayObject({});
+    store.Refs(array, "m_rep", {array, array});
+    store.Word(root, "m_dep_defs", array);
+    WriteFileBytes(path, store.File());
+    ASSERT_EQ(PDMLDBUpgrade(path.c_str()), 0) << testsupport::DescribeTop();
+    const Bytes file = ReadFileBytes(path);
+    std::map<uint8_t, uint8_t> versions;
+    std::string problem;
+    const std::map<uint8_t, int> once = {{64, 1}, {65, 1}};
+    EXPECT_EQ(Records(file, versions, problem), once);
+    const uint32_t copy = Word(file, 40 + 14);
+    const uint32_t block = Word(file, copy + 6);
+    EXPECT_EQ(Word(file, block + 2), copy);
+    EXPECT_EQ(Word(file, block + 6), copy);
+}
+
+TEST_F(UpgradeTest, FixupsSupplyNewMembersAndReportWhatDoesNotFit) {
+    LDBStore store(nullptr, path.c_str());
+    LDBUpgrader upgrader(&store, Layout());
+    LDBUpgradeObject frame(&upgrader, 40);
+    frame.SetHead(90, 1);
+    ASSERT_EQ(frame.ApplyFixups(), 0);
+    EXPECT_EQ(frame.ObjectVersion(), 2);
+    EXPECT_EQ(frame.CurrentDescriptor(), Layout().CurrentClass(90));
+    LDBUpgradeMember* description = frame.FindMember(nyxString("m_description"));
+    ASSERT_NE(description, nullptr);
+    EXPECT_TRUE(static_cast<nyxString*>(description->Value())->IsEmpty());
+
+    LDBUpgradeObject ws(&upgrader, 40);
+    ws.SetHead(80, 2);
+    EXPECT_EQ(ws.CheckVersion(1), 101);
+    const std::vector<std::string> arguments = testsupport::Arguments(nyxErrorGetCurrent());
+    EXPECT_EQ(arguments.at(0), "LDBUpgrade CheckVersion object version mismatch");
+    EXPECT_EQ(arguments.at(1), "srcldb/ldbupgobj");
+    testsupport::ClearErrors();
+    EXPECT_EQ(ws.SetMember("m_user_data_id", int32_t(5)), 0);
+    EXPECT_EQ(ws.SetMember("m_is_ws_under_integration", uint8_t(1)), 0);
+    EXPECT_EQ(ws.SetMember("m_creation_stamp", LDBUpgradeDate{9}), 0);
+    EXPECT_EQ(ws.SetMember("m_name", "w"), 0);
+    EXPECT_EQ(ws.SetMember("m_luf", PDMc_LDBRef()), 0);
+    EXPECT_TRUE(nyxErrorStackEmpty());
+    const int misfits[] = {ws.SetMember("m_no_such", int32_t(1)), ws.SetMember("m_name", int32_t(1)),
+                           ws.SetMember("m_attrs", uint8_t(1)), ws.SetMember("m_luf", "x")};
+    for (int rc : misfits) EXPECT_EQ(rc, 101);
+    EXPECT_EQ(testsupport::StackCodes().size(), 4u);
+    EXPECT_EQ(testsupport::Arguments(nyxErrorGetCurrent()).at(0),
+              "LDBUpgrade: SetMember unknown member");
+}
+
+TEST_F(UpgradeTest, CrashOrFailureAtAnyStepLeavesAFileThatUpgradesToTheSameBytes) {
+    const Bytes old = Sample().store.File();
+    WriteFileBytes(path, old);
+    ASSERT_EQ(PDMLDBUpgrade(path.c_str()), 0) << testsupport::DescribeTop();
+    const Bytes upgraded = ReadFileBytes(path);
+    // An open after the header's mark finishes the job; before it, the old file upgrades anew.
+    auto finishes = [&]() -> std::string {
+        testsupport::ClearErrors();
+        if (PDMLDBUpgrade(path.c_str()) != 0) return "no upgrade: " + testsupport::DescribeTop();
+        // A crash before the last truncate leaves a tail behind the top, of no meaning.
+        Bytes now = ReadFileBytes(path);
+        if (now.size() > upgraded.size()) now.resize(upgraded.size());
+        return now == upgraded ? "" : "other bytes than a plain upgrade";
+    };
+    int points = testsupport::CrashAtEveryStep(
+        [&] { WriteFileBytes(path, old); }, [&] { return PDMLDBUpgrade(path.c_str()); },
+        [&](const testsupport::CrashRun&) { return finishes(); });
+    EXPECT_GT(points, 10);
+    for (int k = 1; k <= points; ++k) {
+        WriteFileBytes(path, old);
+        testsupport::FailStepOnce(k, [&] { PDMLDBUpgrade(path.c_str()); });
+        EXPECT_EQ(finishes(), "") << "after step " << k << " failed";
+    }
+}
