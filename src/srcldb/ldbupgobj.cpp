@@ -199,7 +199,8 @@ LDBUpgradeMember* LDBUpgradeObject::SlotToSet(const char* name, Fits fits, int l
         descriptor != nullptr ? descriptor->FindMember(name) : nullptr;
     LDBUpgradeMember* slot =
         member != nullptr && fits(member->GetType()) ? MemberSlot(*member) : nullptr;
-    if (slot == nullptr) nyxErrorPushInternal("LDBUpgrade: SetMember unknown member", kSource, line);
+    if (slot == nullptr)
+        nyxErrorPushInternal("LDBUpgrade: SetMember unknown member", kSource, line);
     return slot;
 }
 

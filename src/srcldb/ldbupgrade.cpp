@@ -130,7 +130,8 @@ int32_t LDBUpgrader::Rewrite() {
     m_load_limit = top;
     m_loaded_bytes = 0;
     m_target_cursor = new (std::nothrow) LDBPoolCursor(m_target);
-    if (m_target_cursor == nullptr) nyxErrorPushInternal("LDBUpgrade: out of memory", kSource, __LINE__);
+    if (m_target_cursor == nullptr)
+        nyxErrorPushInternal("LDBUpgrade: out of memory", kSource, __LINE__);
 
     // A file that never stored a root has nothing to walk; its first connect makes one.
     const uint32_t root = m_source->RootAddress();
@@ -348,7 +349,8 @@ int32_t LDBUpgrader::AllocateObject(LDBUpgradeObject& object) {
     if (m_target->Allocate(descriptor->GetFixedSize(), address) != 0 || address == 0)
         return NYX_INTERNAL_ERROR("LDBUpgrade AllocateObject: allocation failed", kSource);
     if (m_target->Top() > m_room)
-        return NYX_INTERNAL_ERROR("LDBUpgrade AllocateObject: more than the file can hold", kSource);
+        return NYX_INTERNAL_ERROR("LDBUpgrade AllocateObject: more than the file can hold",
+                                  kSource);
     object.SetTargetAddress(address);
     // Entered before any reference is followed: that is what makes cycles end.
     if (!m_address_map.Put(object.SourceAddress(), address))

@@ -20,33 +20,29 @@ const LDBStorageLayout& Layout();
 
 class OldStore {
 public:
-    explicit OldStore(uint32_t version = 257) : version_(version), bytes_(40, 0) {}
+    OldStore() : bytes_(40, 0) {}
 
-    // A record of the class's oldest layout with all members 0; the first one made is the root.
+    // A record of the class's old layout with all members 0; the first one made is the root.
     uint32_t Object(uint8_t classCode, uint8_t versionByte = 1);
     // Integers, dates, references and booleans, as a word from the member's first byte.
     void Word(uint32_t object, const char* member, uint32_t value);
     void Text(uint32_t object, const char* member, const std::string& text);
-    void Refs(uint32_t object, const char* member, const std::vector<uint32_t>& elements);
-    void Ids(uint32_t object, const char* member, const std::vector<uint32_t>& elements);
+    // A list of references (block kind 7) or of ids (kind 3).
+    void List(uint32_t object, const char* member, uint8_t kind,
+              const std::vector<uint32_t>& words);
     void Map(uint32_t object, const char* member, const Entries& entries);
-    // An attribute value: the kind byte, then four bytes of payload and four zeros.
-    void Value(uint32_t object, const char* member, uint8_t kind, uint32_t payload);
-    // The stored containers, a record holding an array or a map.
+    // The stored containers, records that hold an array or a map.
     uint32_t ArrayObject(const std::vector<uint32_t>& elements);
     uint32_t MapObject(const Entries& entries);
 
-    // Where the member lies in the file.
+    // Where the member lies in the file; a map's address word, behind its capacity.
     uint32_t At(uint32_t object, const char* member) const;
-    void PutWord(uint32_t address, uint32_t value);
     // The whole file: a clean header of the version, then the records; its top is its end.
-    Bytes File(uint32_t stamp = 7) const;
+    Bytes File(uint32_t version = 257) const;
 
 private:
-    uint32_t StringBlock(const std::string& text);
-    uint32_t WordBlock(uint8_t kind, const std::vector<uint32_t>& words);
+    uint32_t Block(uint8_t kind, uint32_t count, const Bytes& elements);
 
-    uint32_t version_;
     Bytes bytes_;
     std::map<uint32_t, uint8_t> classes_;  // record address to class code
 };
