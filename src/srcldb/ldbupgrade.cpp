@@ -113,6 +113,11 @@ int32_t LDBUpgrader::Rewrite() {
     const uint32_t top = m_source->Top();
     if (top < LDB_HEADER_SIZE || top > kLargestTop)
         return NYX_INTERNAL_ERROR("LDBUpgrade: no room for the new store", kSource);
+    // A header that names a top beyond the end of the file belongs to a damaged file; the
+    // room made for the shadow below would hide that, and the way back couldn't restore it.
+    uint8_t last = 0;
+    if (top > LDB_HEADER_SIZE && m_source->ReadDevice(top - 1, &last, 1) != 0)
+        return nyxErrorCurrentCode();
     const uint32_t room = kRoomFactor * top;
     if (MoveShadowOut(room) != 0) {
         GiveBackRoom(top);
@@ -315,7 +320,10 @@ int32_t LDBUpgrader::CheckMapSize(uint32_t memberAddress) {
     if (width == 0 || !cursor.HoldsRange(address + 1, width)) return 0;
     if (int32_t rc = cursor.ReadBytes(bytes, width)) return rc;
     const uint32_t entries = LDBDecodeU32(bytes) / 2;
-    if (!cursor.HoldsRange(cursor.GetAddress(), entries * 8)) return 0;
+    // The limit is far below 4 GiB, so a size under it doesn't wrap.
+    if (uint64_t(entries) * 8 > m_load_limit ||
+        !cursor.HoldsRange(cursor.GetAddress(), entries * 8))
+        return 0;
     uint64_t total = m_loaded_bytes + 1 + width + uint64_t(entries) * 8;
     for (uint32_t i = 0; i < entries && total <= m_load_limit; ++i) {
         uint32_t key = 0;
