@@ -81,25 +81,28 @@ void DestroyValueOfType(uint16_t type, void* value) {
 bool IsReferenceType(uint16_t type) { return (type & 0x300) != 0; }
 
 // The fix-ups. Each brings its class from object version 1 to 2 by supplying the members that
-// version 2 added; the members that both versions have came from the file already.
-int32_t AttrsOnly(LDBUpgradeObject& object) {
+// version 2 added; the members that both versions have came from the file already. A step
+// that meets another version says so and goes on; its result is the code on the stack.
+void StepToVersion2(LDBUpgradeObject& object) {
     object.CheckVersion(1);
     object.SetObjectVersion(2);
+}
+
+int32_t AttrsOnly(LDBUpgradeObject& object) {
+    StepToVersion2(object);
     object.SetMember("m_attrs", PDMc_LDBRef());
     return nyxErrorCurrentCode();
 }
 
 int32_t FixupWS(LDBUpgradeObject& object) {
-    object.CheckVersion(1);
-    object.SetObjectVersion(2);
+    StepToVersion2(object);
     object.SetMember("m_is_ws_under_integration", uint8_t(0));
     object.SetMember("m_attrs", PDMc_LDBRef());
     return nyxErrorCurrentCode();
 }
 
 int32_t FixupWSPIV(LDBUpgradeObject& object) {
-    object.CheckVersion(1);
-    object.SetObjectVersion(2);
+    StepToVersion2(object);
     object.SetMember("m_hold_from_submission", uint8_t(0));
     object.SetMember("m_marked_for_checkin", uint8_t(0));
     object.SetMember("m_ws_status", int32_t(0));
@@ -108,16 +111,14 @@ int32_t FixupWSPIV(LDBUpgradeObject& object) {
 }
 
 int32_t FixupLUF(LDBUpgradeObject& object) {
-    object.CheckVersion(1);
-    object.SetObjectVersion(2);
+    StepToVersion2(object);
     object.SetMember("m_description", "");
     object.SetMember("m_attrs", PDMc_LDBRef());
     return nyxErrorCurrentCode();
 }
 
 int32_t FixupLF(LDBUpgradeObject& object) {
-    object.CheckVersion(1);
-    object.SetObjectVersion(2);
+    StepToVersion2(object);
     object.SetMember("m_modification_stamp", LDBUpgradeDate{0});
     return nyxErrorCurrentCode();
 }
