@@ -17,6 +17,7 @@
 #include <cstdint>
 
 #include "collections/nyxkeyed.h"
+#include "errors/nyxerror.h"
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbreps.h"
 
@@ -198,3 +199,23 @@ private:
 // target that can't be loaded, or an object of another class.
 PDMc_LDBArray* LDBArrayTarget(PDMc_LDBRef& reference);
 PDMc_LDBMap* LDBMapTarget(PDMc_LDBRef& reference);
+
+// Calls visit(T*) for each element of a stored container, in its order, as the class that the
+// referring member promises; the first non-zero result of visit stops the walk and is the
+// result. An element that can't be loaded or is of another class is an error, as is a walk
+// that can't begin.
+template <class T, class Visit>
+int32_t LDBForEachElement(nyxCollection& container, Visit visit) {
+    nyxIteratorGuard walk(container);
+    if (walk.get() == nullptr)
+        return NYX_INTERNAL_ERROR("no memory for an iterator", "srcldb/ldbcontainer");
+    for (walk->First(); !walk->AtEnd(); walk->Next()) {
+        void* element = walk->Current();
+        PDMc_LDBObject* object =
+            element != nullptr ? *static_cast<PDMc_LDBObject**>(element) : nullptr;
+        T* typed = LDBObjectAs<T>(object, true);
+        if (typed == nullptr) return nyxErrorCurrentCode();
+        if (int32_t rc = visit(typed)) return rc;
+    }
+    return 0;
+}

@@ -109,3 +109,17 @@ int32_t PDMc_LDBObject::GetTypeName(nyxString& name) const {
 const char* PDMc_LDBObject::ShortTypeName(uint8_t typeCode) {
     return typeCode == LDB_TYPE_WSD ? "WSD" : "UNKNOWN";
 }
+
+PDMc_LDBObject* LDBCheckType(PDMc_LDBObject* object, uint8_t typeCode, bool required) {
+    if (object == nullptr) {
+        // A load that failed may have said why already.
+        if (required && nyxErrorStackEmpty())
+            nyxErrorPushInternal("an object that must be there is missing", "srcldb/ldbobject",
+                                 __LINE__);
+        return nullptr;
+    }
+    if (object->GetTypeCode() == typeCode) return object;
+    nyxErrorPushInternal("an object of another class than its reference promises",
+                         "srcldb/ldbobject", __LINE__);
+    return nullptr;
+}

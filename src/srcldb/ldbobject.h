@@ -113,3 +113,12 @@ private:
 // flag set, or null for a code that names no stored class.
 PDMc_LDBObject* CreateObjectOfType(LDBObjectOwner* owner, uint32_t typeCode,
                                    uint32_t classVersion);
+
+// The object if it is of the class with the type code. Null for null, which with `required` is
+// an error (a container's element that can't be loaded shows as null); null after an internal
+// error pushed for an object of another class: a record must never be read as another's.
+PDMc_LDBObject* LDBCheckType(PDMc_LDBObject* object, uint8_t typeCode, bool required);
+template <class T>
+T* LDBObjectAs(PDMc_LDBObject* object, bool required = false) {
+    return static_cast<T*>(LDBCheckType(object, T::kTypeCode, required));
+}

@@ -1,5 +1,6 @@
 #include "srcldb/ldbref.h"
 
+#include "errors/nyxerror.h"
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbobjectowner.h"
 
@@ -37,4 +38,14 @@ PDMc_LDBObject* PDMc_LDBRef::GetTarget() {
 
 bool PDMc_LDBRef::operator==(const PDMc_LDBRef& other) const {
     return GetOwner() == other.GetOwner() && GetKey() == other.GetKey();
+}
+
+PDMc_LDBObject* LDBTargetOfType(PDMc_LDBRef& reference, uint8_t typeCode, bool required) {
+    if (reference.IsNull()) {
+        if (required) nyxErrorPushInternal("a reference that must be set is null", "srcldb/ldbref",
+                                           __LINE__);
+        return nullptr;
+    }
+    // Set but not loadable is always an error.
+    return LDBCheckType(reference.GetTarget(), typeCode, true);
 }

@@ -49,3 +49,12 @@ private:
         PDMc_LDBObject* object;  // while m_key is 0
     } m_target;
 };
+
+// The target of a reference as the class its member promises. Null for a null reference; null
+// with an error on the stack for a target that can't be loaded or is of another class. With
+// `required`, a null reference is an error too.
+PDMc_LDBObject* LDBTargetOfType(PDMc_LDBRef& reference, uint8_t typeCode, bool required);
+template <class T>
+T* LDBTargetAs(PDMc_LDBRef& reference, bool required = false) {
+    return static_cast<T*>(LDBTargetOfType(reference, T::kTypeCode, required));
+}
