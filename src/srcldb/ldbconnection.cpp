@@ -13,6 +13,7 @@
 #include "srcldb/ldbstglayout.h"
 #include "srcldb/ldbstore.h"
 #include "srcldb/ldbupgrade.h"
+#include "srcldbws/ws.h"
 #include "srcldbws/wsd.h"
 
 namespace {
@@ -223,6 +224,30 @@ PDMc_LDBMap* PDMc_LDB::RootMap(PDMc_LDBMap* (PDMc_LDBRoot::*which)()) {
 PDMc_LDBObject* PDMc_LDB::FindWorkspace(const char* name) {
     PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetWorkspaces);
     return map ? map->Find(name) : nullptr;
+}
+
+PDMc_WS* PDMc_LDB::CreateWorkspace(const char* name, const char* directory) {
+    if (FindWorkspace(name) != nullptr) {
+        nyxErrorReport(1901, name);
+        return nullptr;
+    }
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetWorkspaces);
+    if (map == nullptr) return nullptr;
+    PDMc_WS* workspace = PDMc_WS::Create(this, name, directory);
+    if (workspace == nullptr) return nullptr;
+    if (!map->Put(name, workspace)) {
+        nyxErrorPushInternal("no memory for a workspace", "srcldb/ldbconnection", __LINE__);
+        return nullptr;
+    }
+    return workspace;
+}
+
+int32_t PDMc_LDB::RemoveWorkspace(const char* name) {
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetWorkspaces);
+    if (map == nullptr) return nyxErrorCurrentCode();
+    if (!map->RemoveName(name))
+        return NYX_INTERNAL_ERROR("a workspace that the root doesn't hold", "srcldb/ldbconnection");
+    return 0;
 }
 
 PDMc_LDBObject* PDMc_LDB::FindItemTypeDef(const char* name) {

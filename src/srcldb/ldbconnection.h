@@ -19,6 +19,7 @@ class PDMc_LF;
 class PDMc_LFOPQ;
 class PDMc_LDBRoot;
 class PDMc_LDBMap;
+class PDMc_WS;
 class nyxCollection;
 struct PDMLDBCompactOptions;
 
@@ -70,6 +71,10 @@ public:
     // Lookups on the root's maps give the object or null and push nothing. The creators push
     // 1901 (the key; for a dependency definition the class) when the key is taken.
     PDMc_LDBObject* FindWorkspace(const char* name);
+    // A new workspace with its directory, entered in the root under its name.
+    PDMc_WS* CreateWorkspace(const char* name, const char* directory);
+    // Takes the workspace of the name out of the root: 0, or the code of the failure.
+    int32_t RemoveWorkspace(const char* name);
     PDMc_LDBObject* FindItemTypeDef(const char* name);
     PDMc_LDBObject* FindAttrDef(const char* name);
     PDMc_LDBObject* CreateAttrDef(const char* name);

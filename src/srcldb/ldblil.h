@@ -7,6 +7,9 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LILV;
+class PDMc_LUFLI;
+
 class PDMc_LIL : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_LIL;
@@ -18,6 +21,12 @@ public:
     explicit PDMc_LIL(LDBObjectOwner* owner);
 
     const char* GetClassName() const override;
+
+    // The frame library item of the current state, null if there's none.
+    PDMc_LUFLI* GetLUFLI();
+    // Binds the library to the record that speaks for it now, with the record's version.
+    void SetLUFLI(PDMc_LUFLI* lufli);
+    void SetShortcutLILV(PDMc_LILV* version);
 
 private:
     friend struct LDBSchema;

@@ -8,6 +8,8 @@
 #include "srcldb/ldbref.h"
 #include "srcldb/ldbreps.h"
 
+class PDMc_LDBArray;
+
 class PDMc_LILV : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_LILV;
@@ -19,6 +21,11 @@ public:
     explicit PDMc_LILV(LDBObjectOwner* owner);
 
     const char* GetClassName() const override;
+
+    // The local file records of this version, null if it has none (or, with an error on the
+    // stack, if they can't be had).
+    PDMc_LDBArray* GetFiles();
+    bool HasFiles() const { return !m_files.IsNull(); }
 
 private:
     friend struct LDBSchema;

@@ -7,6 +7,12 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LUFI;
+class PDMc_WSPI;
+class nyxCollection;
+
+// An identity knows its frame item in the current state only; every answer about the item's
+// name, type and presence comes from there, so a change of state changes them all at once.
 class PDMc_LPI : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_LPI;
@@ -18,6 +24,20 @@ public:
     explicit PDMc_LPI(LDBObjectOwner* owner);
 
     const char* GetClassName() const override;
+
+    // The frame item of the current state; null if there is none or it can't be had (then with
+    // an error on the stack).
+    PDMc_LUFI* GetLUFI();
+    // The name as of the current state; the shared empty text without a frame item.
+    const nyxString& GetName();
+    // The live item of the current state, null for a deleted or unbound one.
+    PDMc_WSPI* GetWSPI();
+    // Binds the identity to the record that speaks for it now, and points the live item, if
+    // any, at the record's version.
+    void SetLUFI(PDMc_LUFI* lufi);
+    // Adds to `out` every dependency of a current version of the workspace that points at this
+    // identity. 0, or the code of a failure.
+    int32_t GetWhereUsed(nyxCollection& out);
 
 private:
     friend struct LDBSchema;

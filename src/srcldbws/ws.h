@@ -1,4 +1,9 @@
 // PDMc_WS: a workspace, a named working area with a directory on disk and a history of frames.
+//
+// What the workspace holds at any moment is what its current frame m_luf says: every lookup and
+// listing goes through that frame, so a move to another state changes all their answers at once.
+// The states are the frames of m_undo_stack, oldest first; m_current_state_number is the index
+// of m_luf there, and the stack is never empty.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +11,14 @@
 #include "nyxstring.h"
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
+
+class PDMc_LDB;
+class PDMc_LDBArray;
+class PDMc_LIL;
+class PDMc_LPI;
+class PDMc_LUF;
+class PDMc_WSPI;
+class nyxCollection;
 
 class PDMc_WS : public PDMc_LDBObject {
 public:
@@ -17,11 +30,32 @@ public:
     // A new object of the owner, at once on its modified list.
     explicit PDMc_WS(LDBObjectOwner* owner);
 
+    // A new workspace with its first frame, and its directory made at once through the
+    // connection's file queue. A directory that can't be made leaves error 418 on the stack but
+    // the workspace is made all the same, for the client to abort. Null after another failure.
+    // The connection enters it in the root; see PDMc_LDB::CreateWorkspace.
+    static PDMc_WS* Create(PDMc_LDB* connection, const char* name, const char* directory);
+    // Queues the removal of the directory with all it holds at commit, takes the workspace out
+    // of the root and drops its frames. Runs to its end; the first failure is the result.
+    int32_t Delete();
+
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
 
+    PDMc_LDB* GetConnection() const;
+    const nyxString& GetName() const { return m_name; }
+    const nyxString& GetDescription() const { return m_description; }
     // The directory of the workspace's local files, in the stored form with "|".
     const nyxString& GetOsDirPath() const { return m_os_dir_path; }
+    uint32_t GetCreationStamp() const { return m_creation_stamp; }
+    uint32_t GetModificationStamp() const { return m_modification_stamp; }
+    int32_t GetUserDataId() const { return m_user_data_id; }
+    bool IsUnderIntegration() const { return m_is_ws_under_integration; }
+    // The description and the user data id stamp the workspace as modified.
+    void SetDescription(const char* text);
+    void SetUserDataId(int32_t id);
+    void SetUnderIntegration(bool flag);
+
     // Gives out the next file version of the workspace. The counter is stored, so it rises
     // only in what is committed, and an aborted file's number may come again.
     int32_t NextFileVersion() {
@@ -29,8 +63,50 @@ public:
         return ++m_file_ver_counter;
     }
 
+    // Lookups in the current frame by exact name; null when absent, with no error.
+    PDMc_LPI* FindLPI(const char* name);
+    // Null also for an item that is deleted but whose identity lives on.
+    PDMc_WSPI* FindWSPI(const char* name);
+    PDMc_LIL* FindLIL(const char* name);
+    // The listings of the current frame, added to `out`. 0, or the code of a failure.
+    int32_t GetLPIs(nyxCollection& out);
+    int32_t GetWSPIs(nyxCollection& out);
+    int32_t GetLILs(nyxCollection& out);
+    // Takes an identity out of the current frame if neither a live item nor a dependency of a
+    // current version needs it.
+    int32_t CleanLPI(PDMc_LPI* lpi);
+
+    // The states. The operations that move or cut the history are stored changes, taken back
+    // by an abort like any other.
+    PDMc_LUF* GetCurrentFrame();
+    // The frames, oldest first; null with an error on the stack if they can't be had.
+    PDMc_LDBArray* GetUndoStack();
+    int32_t GetCurrentStateNumber() const { return m_current_state_number; }
+    int32_t GetStackSize();
+    // 2651 in the first state, 2652 in the last.
+    int32_t Undo();
+    int32_t Redo();
+    // Closes the current state: a new frame sharing all its records follows it and becomes
+    // current. Any states after the current one go first.
+    int32_t CreateState();
+    // Makes state n current and rebinds the identities and libraries of its frame. n must be a
+    // state number.
+    int32_t SetUndoFrame(int32_t n);
+    // Drops the states after the current one.
+    int32_t PurgeRedoStack();
+    // Drops the `count` oldest states, all before the current one for 0. The current state
+    // can't go: a count above its number is refused.
+    int32_t PurgeUndoStack(int32_t count);
+    // Queues the deletion of the local files that only the frames that go hold. The lists hold
+    // frame pointers; neither is changed.
+    int32_t PurgeFrames(nyxCollection& stays, nyxCollection& goes);
+
 private:
     friend struct LDBSchema;
+
+    // Cuts the stack to the frames that stay, after queueing the files that go with the
+    // others; the frames that go lose their maps.
+    int32_t DropFrames(nyxCollection& stays, nyxCollection& goes);
 
     nyxString m_name;
     nyxString m_description;

@@ -8,6 +8,8 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LPI;
+
 class PDMc_WSD : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_WSD;
@@ -19,6 +21,9 @@ public:
     explicit PDMc_WSD(LDBObjectOwner* owner);
 
     const char* GetClassName() const override;
+
+    // The identity the dependency points at; null with an error if it can't be had.
+    PDMc_LPI* GetChildPI();
 
 private:
     friend struct LDBSchema;

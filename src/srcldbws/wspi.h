@@ -7,6 +7,10 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LPI;
+class PDMc_WS;
+class PDMc_WSPIV;
+
 class PDMc_WSPI : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_WSPI;
@@ -19,6 +23,12 @@ public:
 
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
+
+    PDMc_WS* GetWS();
+    PDMc_LPI* GetLPI();
+    // The current version in the current state, as the frames bind it.
+    PDMc_WSPIV* GetShortcutPIV();
+    void SetShortcutPIV(PDMc_WSPIV* version);
 
 private:
     friend struct LDBSchema;

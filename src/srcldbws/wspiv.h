@@ -8,6 +8,10 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LDBArray;
+class PDMc_LPI;
+class nyxCollection;
+
 class PDMc_WSPIV : public PDMc_LDBObject {
 public:
     static constexpr uint8_t kTypeCode = LDB_TYPE_WSPIV;
@@ -20,6 +24,14 @@ public:
 
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
+
+    // The local file records of this version, null if it has none (or, with an error on the
+    // stack, if they can't be had).
+    PDMc_LDBArray* GetFiles();
+    bool HasFiles() const { return !m_files.IsNull(); }
+    // Clears `out`, then adds every dependency of this version on the identity, in order.
+    // 0, or the code of a failure.
+    int32_t GetDependenciesToChild(PDMc_LPI* lpi, nyxCollection& out);
 
 private:
     friend struct LDBSchema;
