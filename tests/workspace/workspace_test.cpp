@@ -2,7 +2,9 @@
 // what a commit keeps across a new connect, what an abort takes back, and how the history of
 // states moves and shrinks.
 #include <filesystem>
+#include <cstdlib>
 #include <fstream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -90,7 +92,7 @@ TEST_F(Workspaces, NewWorkspaceKeepsItsFieldsAcrossReconnect) {
     WorkspaceHandle ws = Create("alpha", "first one");
     ASSERT_NE(ws, nullptr);
     EXPECT_TRUE(fs::is_directory(Dir("alpha"))) << "the directory is made at once";
-    ASSERT_EQ(PDMWorkspaceSetUnderIntegration(ws, 1), 0);
+    ASSERT_EQ(PDMWorkspaceSetUnderIntegration(ws, 2), 0);
 
     ws = Reopen("alpha");
     ASSERT_NE(ws, nullptr);
@@ -336,6 +338,93 @@ TEST_F(Workspaces, NewStateTakesTheDescriptionButNotTheUserDataId) {
     PDMCursorDelete(cursor);
     EXPECT_EQ(descriptions, (std::vector<std::string>{"baseline", "baseline"}));
     EXPECT_EQ(PDMWorkspaceLUFGetDescription(first, nullptr), 101);
+}
+
+}  // namespace
+
+namespace {
+
+class IntegrateInfo : public Workspaces {
+protected:
+    void Store(WorkspaceHandle ws, std::vector<std::pair<const char*, const char*>> names) {
+        std::vector<PairHandle> pairs;
+        for (const auto& [oldName, newName] : names) {
+            pairs.emplace_back();
+            ASSERT_EQ(PDMStringPairCreate(oldName, newName, &pairs.back()), 0);
+        }
+        EXPECT_EQ(PDMWorkspaceStoreIntegrateInfo(ws, pairs.data(), int(pairs.size())), 0)
+            << DescribeTop();
+        for (PairHandle pair : pairs) PDMStringPairDelete(pair);
+    }
+    // The pairs read back, as "old>new", in the order they came.
+    std::multiset<std::string> Stored(WorkspaceHandle ws) {
+        PairHandle* pairs = reinterpret_cast<PairHandle*>(&ws);
+        int count = -1;
+        EXPECT_EQ(PDMWorkspaceGetIntegrateInfo(ws, &pairs, &count), 0) << DescribeTop();
+        std::multiset<std::string> out;
+        for (int i = 0; i < count; ++i) {
+            const char* first = nullptr;
+            const char* second = nullptr;
+            PDMStringPairGetString(pairs[i], 1, &first);
+            PDMStringPairGetString(pairs[i], 2, &second);
+            out.insert(std::string(first) + ">" + second);
+            PDMStringPairDelete(pairs[i]);
+        }
+        if (count > 0) free(pairs);
+        return out;
+    }
+    // The number of entries of the list object itself.
+    int Entries(WorkspaceHandle ws) {
+        PDMAttrValue list;
+        list.kind = PDM_ATTR_NONE;
+        EXPECT_EQ(PDMLDBObjectGetLDBAttribute(reinterpret_cast<LDBObjectHandle>(ws),
+                                              "MFIntegrateInfo", &list),
+                  0);
+        if (list.kind != PDM_ATTR_OBJECT) return -1;
+        int count = -1;
+        EXPECT_EQ(PDMLDBObjectGetLDBAttributeNames(list.value.obj, &count, nullptr), 0);
+        return count;
+    }
+};
+
+TEST_F(IntegrateInfo, StoredPairsReplaceTheListAndSurviveReconnectButNotAbort) {
+    WorkspaceHandle ws = Create("merge");
+    EXPECT_TRUE(Stored(ws).empty());
+    EXPECT_EQ(Entries(ws), -1) << "reading makes no list";
+    Store(ws, {});
+    EXPECT_EQ(Entries(ws), 0) << "an empty store makes the empty list";
+
+    Store(ws, {{"a", "b"}, {"c", "d"}});
+    ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
+    ASSERT_EQ(PDMWorkspaceUndo(ws), 0);
+    ws = Reopen("merge");
+    EXPECT_EQ(Stored(ws), (std::multiset<std::string>{"a>b", "c>d"}));
+    Store(ws, {{"e", "f"}});
+    EXPECT_EQ(Entries(ws), 1);
+    EXPECT_EQ(Stored(ws).size(), 1u);
+    // A longer list after a shorter one: every pair gets an entry of its own.
+    Store(ws, {{"1", "2"}, {"3", "4"}, {"5", "6"}});
+    EXPECT_EQ(Stored(ws), (std::multiset<std::string>{"1>2", "3>4", "5>6"}));
+    ASSERT_EQ(PDMLDBAbortTransaction(ldb), 0);
+    ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+    EXPECT_EQ(Stored(ws), (std::multiset<std::string>{"a>b", "c>d"}));
+
+    // An entry without its new name doesn't reach the client.
+    PDMAttrValue list;
+    list.kind = PDM_ATTR_NONE;
+    ASSERT_EQ(PDMLDBObjectGetLDBAttribute(reinterpret_cast<LDBObjectHandle>(ws),
+                                          "MFIntegrateInfo", &list),
+              0);
+    LDBObjectHandle half = nullptr;
+    ASSERT_EQ(PDMLDBObjectCreate(ldb, "MFWSIPFInfo", &half), 0);
+    PDMAttrValue value;
+    value.kind = PDM_ATTR_STRING;
+    value.value.s = "lonely";
+    ASSERT_EQ(PDMLDBObjectSetLDBAttribute(half, "OldName", &value), 0);
+    value.kind = PDM_ATTR_OBJECT;
+    value.value.obj = half;
+    ASSERT_EQ(PDMLDBObjectSetLDBAttribute(list.value.obj, "9", &value), 0);
+    EXPECT_EQ(Stored(ws).size(), 2u);
 }
 
 }  // namespace
