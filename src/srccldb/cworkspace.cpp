@@ -4,6 +4,7 @@
 #include "callframe.h"
 #include "ccursor.h"
 #include "chandles.h"
+#include "ctargets.h"
 #include "errors/nyxerror.h"
 #include "marrows/marrows.h"
 #include "srcldb/ldbconnection.h"
@@ -12,41 +13,18 @@
 #include "srcldb/ldblpi.h"
 #include "srcldbws/ws.h"
 #include "srcldbws/wspi.h"
+#include "srcldbws/wspiv.h"
 
 namespace {
 
 const char kSourcePath[] = "srccldb/cworkspace";
 
-// The object behind a handle, if it is of the class the handle's kind promises. A null handle
-// is error 110 with the export's name and the kind text; a handle to an object of another class
-// is an internal error rather than a misread object. Null after either.
-template <class T>
-T* Target(const void* handle, const char* exportName, const char* kindText) {
-    if (PDMCheckHandle(handle, exportName, kindText) != 0) return nullptr;
-    PDMc_LDBObject* object = static_cast<PDMc_LDBObject*>(const_cast<void*>(handle));
-    if (object->GetTypeCode() == T::kTypeCode) return static_cast<T*>(object);
-    nyxErrorPushInternal(kindText, kSourcePath, __LINE__);
-    return nullptr;
-}
-
 PDMc_WS* Workspace(WorkspaceHandle ws, const char* exportName) {
-    return Target<PDMc_WS>(reinterpret_cast<PDMc_LDBObject*>(ws), exportName, "WorkspaceHandle");
+    return PDMTarget<PDMc_WS>(ws, exportName, "WorkspaceHandle", kSourcePath);
 }
 
 PDMc_LUF* State(WorkspaceStateHandle state, const char* exportName, const char* kindText) {
-    return Target<PDMc_LUF>(reinterpret_cast<PDMc_LDBObject*>(state), exportName, kindText);
-}
-
-// A built list for a cursor: the listing fills it, and the cursor owns it.
-template <class Fill>
-int ListCursor(CursorHandle* cursor, Fill fill) {
-    PDMPointerList* list = new (std::nothrow) PDMPointerList();
-    if (list == nullptr) return NYX_INTERNAL_ERROR("no memory for a list", kSourcePath);
-    if (int32_t rc = fill(*list)) {
-        delete list;
-        return rc;
-    }
-    return PDMBindCursor(list, true, cursor);
+    return PDMTarget<PDMc_LUF>(state, exportName, kindText, kSourcePath);
 }
 
 }  // namespace
@@ -157,9 +135,65 @@ int PDMWorkspaceGetWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
     *cursor = nullptr;
     PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceGetWSPIs");
     if (workspace == nullptr) return PDMResultT();
-    return ListCursor(cursor, [workspace](PDMPointerList& list) {
+    return PDMListCursor(cursor, [workspace](PDMPointerList& list) {
         return workspace->GetWSPIs(list);
     });
+}
+
+int PDMWorkspaceGetModifiedWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
+    PDMCallFrame frame("PDMWorkspaceGetModifiedWSPIs");
+    *cursor = nullptr;
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceGetModifiedWSPIs");
+    if (workspace == nullptr) return PDMResultT();
+    return PDMListCursor(cursor, [workspace](PDMPointerList& list) {
+        return workspace->GetWSPIsByModified(true, list);
+    });
+}
+
+int PDMWorkspaceGetUnmodifiedWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
+    PDMCallFrame frame("PDMWorkspaceGetUnmodifiedWSPIs");
+    *cursor = nullptr;
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceGetUnmodifiedWSPIs");
+    if (workspace == nullptr) return PDMResultT();
+    return PDMListCursor(cursor, [workspace](PDMPointerList& list) {
+        return workspace->GetWSPIsByModified(false, list);
+    });
+}
+
+int PDMWorkspaceCreatePI(WorkspaceHandle ws, const char* name, const char* typeName,
+                         WSPIHandle* item) {
+    PDMCallFrame frame("PDMWorkspaceCreatePI");
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceCreatePI");
+    if (workspace == nullptr) return PDMResultT();
+    PDMc_LDB* connection = workspace->GetConnection();
+    if (connection == nullptr)
+        return NYX_INTERNAL_ERROR("a workspace without a connection", kSourcePath);
+    nyxString itemName(name);
+    nyxString type(typeName);
+    // An unknown type is made on first use, with its name as its description.
+    PDMc_LDBObject* found = connection->FindItemTypeDef(type.c_str());
+    if (found == nullptr)
+        found = connection->CreateItemTypeDef(type.c_str(), type.c_str(), "", "", "");
+    PDMc_LPITD* definition = LDBObjectAs<PDMc_LPITD>(found, true);
+    if (definition == nullptr) return PDMResultT();
+    PDMc_LDBObject* made = workspace->CreateNewPI(itemName.c_str(), definition, "");
+    *item = reinterpret_cast<WSPIHandle>(made);
+    return PDMResultT();
+}
+
+int PDMWorkspaceRefocus(WorkspaceHandle ws, WSPIVHandle version) {
+    PDMCallFrame frame("PDMWorkspaceRefocus");
+    // Both handles are reported, the version's first.
+    if (version == nullptr || ws == nullptr) {
+        if (version == nullptr) PDMCheckHandle(version, "PDMWorkspaceRefocus", "WSPIVHandle");
+        if (ws == nullptr) PDMCheckHandle(ws, "PDMWorkspaceRefocus", "WSHandle");
+        return 110;
+    }
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceRefocus");
+    PDMc_WSPIV* target =
+        PDMTarget<PDMc_WSPIV>(version, "PDMWorkspaceRefocus", "WSPIVHandle", kSourcePath);
+    if (workspace != nullptr && target != nullptr) workspace->CheckRefocus(target);
+    return PDMResultT();
 }
 
 namespace {
@@ -326,5 +360,5 @@ int PDMWorkspaceStateGetModifiedWSPIVs(WorkspaceStateHandle state, CursorHandle*
     *cursor = nullptr;
     PDMc_LUF* luf = State(state, "PDMWorkspaceStateGetModifiedWSPIVs", "WorkspaceLUFHandle");
     if (luf == nullptr) return PDMResultT();
-    return ListCursor(cursor, [luf](PDMPointerList& list) { return luf->GetModifiedWSPIVs(list); });
+    return PDMListCursor(cursor, [luf](PDMPointerList& list) { return luf->GetModifiedWSPIVs(list); });
 }

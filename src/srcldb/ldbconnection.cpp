@@ -8,6 +8,7 @@
 #include "srcldb/ldbattr.h"
 #include "srcldb/ldbcompact.h"
 #include "srcldb/ldbcontainer.h"
+#include "srcldb/ldblpi.h"
 #include "srcldb/ldbroot.h"
 #include "srcldb/ldbschema.h"
 #include "srcldb/ldbstglayout.h"
@@ -254,6 +255,27 @@ PDMc_LDBObject* PDMc_LDB::FindItemTypeDef(const char* name) {
     PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetPITypeDefs);
     return map ? map->Find(name) : nullptr;
 }
+
+PDMc_LDBObject* PDMc_LDB::CreateItemTypeDef(const char* name, const char* desc,
+                                            const char* editor, const char* viewer,
+                                            const char* discriminator) {
+    if (FindItemTypeDef(name) != nullptr) {
+        nyxErrorReport(1901, name);
+        return nullptr;
+    }
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetPITypeDefs);
+    if (map == nullptr) return nullptr;
+    PDMc_LPITD* definition =
+        new (std::nothrow) PDMc_LPITD(this, name, desc, editor, viewer, discriminator);
+    if (definition == nullptr || !map->Put(name, definition)) {
+        nyxErrorPushInternal("no memory for an item type definition", "srcldb/ldbconnection",
+                             __LINE__);
+        return nullptr;
+    }
+    return definition;
+}
+
+nyxCollection* PDMc_LDB::ItemTypeDefs() { return RootMap(&PDMc_LDBRoot::GetPITypeDefs); }
 
 PDMc_LDBObject* PDMc_LDB::FindAttrDef(const char* name) {
     PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetAttrDefs);

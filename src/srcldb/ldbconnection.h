@@ -76,6 +76,10 @@ public:
     // Takes the workspace of the name out of the root: 0, or the code of the failure.
     int32_t RemoveWorkspace(const char* name);
     PDMc_LDBObject* FindItemTypeDef(const char* name);
+    PDMc_LDBObject* CreateItemTypeDef(const char* name, const char* desc, const char* editor,
+                                      const char* viewer, const char* discriminator);
+    // The live map of item type definitions, for a cursor; null when the root can't be had.
+    nyxCollection* ItemTypeDefs();
     PDMc_LDBObject* FindAttrDef(const char* name);
     PDMc_LDBObject* CreateAttrDef(const char* name);
     PDMc_LDBObject* FindDepDef(const char* depClass, int32_t type);

@@ -27,6 +27,16 @@ PDMc_WSPI* PDMc_LPI::GetWSPI() {
     return lufi != nullptr ? lufi->GetWSPI() : nullptr;
 }
 
+PDMc_LPITD* PDMc_LPI::GetTypeDef() {
+    PDMc_LUFI* lufi = GetLUFI();
+    return lufi != nullptr ? lufi->GetTypeDef() : nullptr;
+}
+
+bool PDMc_LPI::IsNew() {
+    PDMc_LUFI* lufi = GetLUFI();
+    return lufi == nullptr || lufi->GetPIID() == 0;
+}
+
 void PDMc_LPI::SetLUFI(PDMc_LUFI* lufi) {
     MarkModified();
     m_lufi = lufi;
@@ -58,5 +68,14 @@ int32_t PDMc_LPI::GetWhereUsed(nyxCollection& out) {
 PDMc_LPITD::PDMc_LPITD() = default;
 
 PDMc_LPITD::PDMc_LPITD(LDBObjectOwner* owner) : PDMc_LDBObject(owner, kTypeCode, kClassVersion) {}
+
+PDMc_LPITD::PDMc_LPITD(LDBObjectOwner* owner, const char* name, const char* desc,
+                       const char* editor, const char* viewer, const char* discriminator)
+    : PDMc_LDBObject(owner, kTypeCode, kClassVersion),
+      m_name(name),
+      m_desc(desc),
+      m_editor(editor),
+      m_viewer(viewer),
+      m_discriminator(discriminator) {}
 
 const char* PDMc_LPITD::GetClassName() const { return "PDMc_LPITD"; }

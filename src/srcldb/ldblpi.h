@@ -7,6 +7,7 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LPITD;
 class PDMc_LUFI;
 class PDMc_WSPI;
 class nyxCollection;
@@ -32,6 +33,10 @@ public:
     const nyxString& GetName();
     // The live item of the current state, null for a deleted or unbound one.
     PDMc_WSPI* GetWSPI();
+    // The type definition of the current state's record, null if it has none.
+    PDMc_LPITD* GetTypeDef();
+    // True while the item has no repository id, also when there's no record at all.
+    bool IsNew();
     // Binds the identity to the record that speaks for it now, and points the live item, if
     // any, at the record's version.
     void SetLUFI(PDMc_LUFI* lufi);
@@ -54,8 +59,19 @@ public:
     PDMc_LPITD();
     // A new object of the owner, at once on its modified list.
     explicit PDMc_LPITD(LDBObjectOwner* owner);
+    // A new definition with all five texts, which never change afterwards.
+    PDMc_LPITD(LDBObjectOwner* owner, const char* name, const char* desc, const char* editor,
+               const char* viewer, const char* discriminator);
 
     const char* GetClassName() const override;
+
+    // The library uses only the name, as the key in the root's map; the other texts are kept
+    // for the clients.
+    const nyxString& GetName() const { return m_name; }
+    const nyxString& GetDesc() const { return m_desc; }
+    const nyxString& GetEditor() const { return m_editor; }
+    const nyxString& GetViewer() const { return m_viewer; }
+    const nyxString& GetDiscriminator() const { return m_discriminator; }
 
 private:
     friend struct LDBSchema;

@@ -144,6 +144,14 @@ PDMc_LPI* PDMc_LUF::AddPI(const char* name, PDMc_LPITD* typeDef, PDMc_LPI* sourc
     return lpi;
 }
 
+int32_t PDMc_LUF::AddWSPI(PDMc_WSPI* item, PDMc_WSPIV* version) {
+    if (item->GetWS() != GetWS()) return NYX_INTERNAL_ERROR("PDMc_LUF::AddWSPI", kSourcePath);
+    PDMc_LPI* lpi = item->GetLPI();
+    PDMc_LUFI* record = lpi != nullptr ? lpi->GetLUFI() : nullptr;
+    if (record == nullptr) return NYX_INTERNAL_ERROR("PDMc_LUF::AddWSPI", kSourcePath);
+    return record->AcquireWSPI(item, version);
+}
+
 namespace {
 
 // The steps that ModifiedFrameItem and ModifiedLUFLIItem share, on the frame's map of the

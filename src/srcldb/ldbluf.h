@@ -23,6 +23,8 @@ class PDMc_LPITD;
 class PDMc_LUFI;
 class PDMc_LUFLI;
 class PDMc_WS;
+class PDMc_WSPI;
+class PDMc_WSPIV;
 class nyxCollection;
 
 class PDMc_LUF : public PDMc_LDBObject {
@@ -56,6 +58,9 @@ public:
     // A new identity with its record in this frame, under the name (an entry of that name is
     // replaced). The item id comes from the source identity's record, if one is given.
     PDMc_LPI* AddPI(const char* name, PDMc_LPITD* typeDef, PDMc_LPI* source);
+    // Binds a new item and its first version to the record of the item's identity. The item
+    // must be of this frame's workspace.
+    int32_t AddWSPI(PDMc_WSPI* item, PDMc_WSPIV* version);
 
     // The record to write for `item` in this frame, which must be the current one. Ends the
     // redo history first. Null after a failure.

@@ -12,12 +12,18 @@
 #include "srcldb/ldblpi.h"
 #include "srcldb/ldbluf.h"
 #include "srcldb/ldblufi.h"
+#include "srcldb/ldbattr.h"
+#include "srcldbws/wsd.h"
 #include "srcldbws/wspi.h"
+#include "srcldbws/wspiv.h"
 
 namespace {
 
 const char kSourcePath[] = "srcldbws/ws";
 
+constexpr int32_t kErrorNameTaken = 1901;
+constexpr int32_t kErrorRefocusRefused = 2700;
+constexpr int32_t kErrorRefocusOtherWorkspace = 2702;
 constexpr int32_t kErrorNothingToUndo = 2651;
 constexpr int32_t kErrorNothingToRedo = 2652;
 
@@ -107,6 +113,101 @@ void PDMc_WS::SetUserDataId(int32_t id) {
 void PDMc_WS::SetUnderIntegration(bool flag) {
     MarkModified();
     m_is_ws_under_integration = flag;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Items
+
+PDMc_WSPI* PDMc_WS::CreateNewPI(const char* name, PDMc_LPITD* typeDef, const char* fileName) {
+    nyxString itemName(name);
+    nyxString file(fileName);
+    if (FindLPI(itemName.c_str()) != nullptr) {
+        nyxErrorReport(kErrorNameTaken, itemName.IsEmpty() ? "<no name>" : itemName.c_str());
+        return nullptr;
+    }
+    PDMc_LUF* frame = GetCurrentFrame();
+    PDMc_LPI* lpi = frame != nullptr ? frame->AddPI(itemName.c_str(), typeDef, nullptr) : nullptr;
+    if (lpi == nullptr) {
+        if (nyxErrorStackEmpty())
+            nyxErrorPushInternal("PDMc_WS::CreateNewPI", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    nyxSingleListOf<void*> files;
+    if (!file.IsEmpty()) {
+        PDMc_LDB* connection = GetConnection();
+        if (connection == nullptr) {
+            nyxErrorPushInternal("a workspace without a connection", kSourcePath, __LINE__);
+            return nullptr;
+        }
+        nyxString path = LocalFilePath(file.c_str());
+        PDMc_LF* made = PDMc_LF::Create(connection, path.c_str(), NextFileVersion());
+        if (made == nullptr) return nullptr;
+        Add(files, made);
+    }
+    PDMc_WSPI* item = new (std::nothrow) PDMc_WSPI(this, lpi);
+    if (item == nullptr) {
+        nyxErrorPushInternal("no memory for an item", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    PDMc_WSPIV* version = PDMc_WSPIV::Create(this, lpi, "", "", "", "", false, false, &files);
+    if (version == nullptr) return nullptr;
+    version->SetCreatingFrame(frame);
+    // A failure here stands on the stack for the client, who aborts; the item is made.
+    frame->AddWSPI(item, version);
+    return item;
+}
+
+void PDMc_WS::NoteVersionModified(PDMc_WSPIV* version) {
+    if (m_auto_set_is_modified) version->SetIsModified();
+}
+
+void PDMc_WS::NoteAttributeModified(PDMc_LAV* value) {
+    if (m_auto_set_is_modified) value->SetModified(true);
+}
+
+int32_t PDMc_WS::GetWSPIsByModified(bool wanted, nyxCollection& out) {
+    nyxSingleListOf<void*> items;
+    if (int32_t rc = GetWSPIs(items)) return rc;
+    return LDBForEachElement<PDMc_WSPI>(items, [&](PDMc_WSPI* item) {
+        PDMc_WSPIV* version = item->GetShortcutPIV();
+        if (version == nullptr) return nyxErrorCurrentCode();
+        if (version->IsModified() == wanted) Add(out, item);
+        return 0;
+    });
+}
+
+int32_t PDMc_WS::CheckRefocus(PDMc_WSPIV* version) {
+    if (version->IsLibraryMember()) return nyxErrorReport(kErrorRefocusRefused);
+    PDMc_WSPI* item = version->GetWSPI();
+    nyxSingleListOf<void*> items;
+    if (int32_t rc = GetWSPIs(items)) return rc;
+    void* element = item;
+    if (item == nullptr || !items.Contains(&element))
+        return nyxErrorReport(kErrorRefocusOtherWorkspace);
+    PDMc_WSPIV* current = item->GetShortcutPIV();
+    if (current != nullptr && current->IsLibraryMember())
+        return nyxErrorReport(kErrorRefocusRefused);
+    PDMc_LDBArray* dependencies = version->GetDependencies();
+    if (dependencies == nullptr) return 0;
+    nyxSingleListOf<void*> identities;
+    if (int32_t rc = GetLPIs(identities)) return rc;
+    return LDBForEachElement<PDMc_WSD>(*dependencies, [&identities](PDMc_WSD* dependency) {
+        PDMc_LPI* child = dependency->GetChildPI();
+        if (child == nullptr) return nyxErrorCurrentCode();
+        void* lpi = child;
+        return identities.Contains(&lpi) ? 0 : nyxErrorReport(kErrorRefocusRefused);
+    });
+}
+
+int32_t PDMc_WS::GetFrameItemsOfLPI(int32_t last, PDMc_LPI* lpi, nyxCollection& out) {
+    PDMc_LDBArray* stack = GetUndoStack();
+    if (stack == nullptr) return nyxErrorCurrentCode();
+    for (int32_t n = 0; n <= last && n < static_cast<int32_t>(stack->GetCount()); ++n) {
+        PDMc_LUF* frame = LDBObjectAs<PDMc_LUF>(stack->ObjectAt(static_cast<uint32_t>(n)), true);
+        if (frame == nullptr) return nyxErrorCurrentCode();
+        if (PDMc_LUFI* record = frame->FindItemOfLPI(lpi)) Add(out, record);
+    }
+    return 0;
 }
 
 // ---------------------------------------------------------------------------------------------

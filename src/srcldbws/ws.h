@@ -12,12 +12,15 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LAV;
 class PDMc_LDB;
 class PDMc_LDBArray;
 class PDMc_LIL;
 class PDMc_LPI;
+class PDMc_LPITD;
 class PDMc_LUF;
 class PDMc_WSPI;
+class PDMc_WSPIV;
 class nyxCollection;
 
 class PDMc_WS : public PDMc_LDBObject {
@@ -47,6 +50,12 @@ public:
     const nyxString& GetDescription() const { return m_description; }
     // The directory of the workspace's local files, in the stored form with "|".
     const nyxString& GetOsDirPath() const { return m_os_dir_path; }
+    // Where a new local file of the name lies, in the stored form.
+    nyxString LocalFilePath(const char* fileName) const {
+        nyxString path(m_os_dir_path);
+        path.Append("|").Append(fileName);
+        return path;
+    }
     uint32_t GetCreationStamp() const { return m_creation_stamp; }
     uint32_t GetModificationStamp() const { return m_modification_stamp; }
     int32_t GetUserDataId() const { return m_user_data_id; }
@@ -55,6 +64,27 @@ public:
     void SetDescription(const char* text);
     void SetUserDataId(int32_t id);
     void SetUnderIntegration(bool flag);
+
+    // A new item with its identity, frame item and first version in the current frame, with
+    // one local file of the name unless it is empty. 1901 for a name that the current frame
+    // has, also for an item that is deleted but whose identity is used. Null after a failure.
+    PDMc_WSPI* CreateNewPI(const char* name, PDMc_LPITD* typeDef, const char* fileName);
+
+    // Gives out the next modification count; the numbers order all changes of versions.
+    int32_t NextModCount() {
+        MarkModified();
+        return ++m_mod_count_generator;
+    }
+    // Library operations turn the automatic raising of the modified state off around their
+    // own writes.
+    void SetAutoSetIsModified(bool on) {
+        MarkModified();
+        m_auto_set_is_modified = on;
+    }
+    bool GetAutoSetIsModified() const { return m_auto_set_is_modified; }
+    // Raise the modified state of what was written, unless automatic raising is off.
+    void NoteVersionModified(PDMc_WSPIV* version);
+    void NoteAttributeModified(PDMc_LAV* value);
 
     // Gives out the next file version of the workspace. The counter is stored, so it rises
     // only in what is committed, and an aborted file's number may come again.
@@ -72,6 +102,13 @@ public:
     int32_t GetLPIs(nyxCollection& out);
     int32_t GetWSPIs(nyxCollection& out);
     int32_t GetLILs(nyxCollection& out);
+    // The live items whose current version's modified state is `wanted`.
+    int32_t GetWSPIsByModified(bool wanted, nyxCollection& out);
+    // Whether an item could turn to the version: 0, or 2700 / 2702. Changes nothing.
+    int32_t CheckRefocus(PDMc_WSPIV* version);
+    // The identity's records in the states 0 to `last`, in state order, found under its name
+    // of the current state: a state that had the item under another name adds nothing.
+    int32_t GetFrameItemsOfLPI(int32_t last, PDMc_LPI* lpi, nyxCollection& out);
     // Takes an identity out of the current frame if neither a live item nor a dependency of a
     // current version needs it.
     int32_t CleanLPI(PDMc_LPI* lpi);

@@ -9,6 +9,7 @@
 #include "srcldb/ldbref.h"
 
 class PDMc_LPI;
+class PDMc_WSPIV;
 
 class PDMc_WSD : public PDMc_LDBObject {
 public:
@@ -19,6 +20,11 @@ public:
     PDMc_WSD();
     // A new object of the owner, at once on its modified list.
     explicit PDMc_WSD(LDBObjectOwner* owner);
+
+    // The twin of this dependency in a copy of its version: the same child, definition and
+    // stored name, a map of its own over the same values, no application attributes. Null
+    // after a failure.
+    PDMc_WSD* CloneForParent(PDMc_WSPIV* parent);
 
     const char* GetClassName() const override;
 

@@ -1,4 +1,9 @@
 // PDMc_WSPI: an item of a workspace, as a client holds it across frames.
+//
+// The item itself holds almost nothing: its name, type, id and presence are what the identity's
+// frame item of the current state says, and its data is in its current version. The one field
+// of substance, m_shortcut_current_piv, is kept equal to that frame item's current version by
+// every change of state and every write; after Delete it is null.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +13,11 @@
 #include "srcldb/ldbref.h"
 
 class PDMc_LPI;
+class PDMc_LPITD;
+class PDMc_LUFI;
 class PDMc_WS;
 class PDMc_WSPIV;
+class nyxCollection;
 
 class PDMc_WSPI : public PDMc_LDBObject {
 public:
@@ -20,15 +28,50 @@ public:
     PDMc_WSPI();
     // A new object of the owner, at once on its modified list.
     explicit PDMc_WSPI(LDBObjectOwner* owner);
+    // A new item of the workspace for the identity; the frame binds its version.
+    PDMc_WSPI(PDMc_WS* workspace, PDMc_LPI* lpi);
 
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
 
     PDMc_WS* GetWS();
     PDMc_LPI* GetLPI();
-    // The current version in the current state, as the frames bind it.
+    // The identity's record of the current state; null (with an error if it can't be had).
+    PDMc_LUFI* GetLUFI();
+    const nyxString& GetName();
+    bool IsNew();
+    PDMc_LPITD* GetTypeDef();
+
+    // The current version in the current state, as the frames bind it. Null for a deleted
+    // item, with no error.
     PDMc_WSPIV* GetShortcutPIV();
+    // The same for a caller that needs one: a deleted item pushes 110 with the operation's
+    // name and gives null.
+    PDMc_WSPIV* CurrentPIV(const char* operation);
     void SetShortcutPIV(PDMc_WSPIV* version);
+    // Makes the version current in the current frame. The version isn't checked to be one of
+    // the item's: a client asks PDMWorkspaceRefocus first.
+    int32_t SetCurrentWSPIV(PDMc_WSPIV* version);
+
+    // 1905 for a name in use, the item's own included. Only the current frame's index changes.
+    int32_t Rename(const char* newName);
+    // Empties the item's record in the current frame; earlier frames keep theirs, so an undo
+    // brings the same item back.
+    int32_t Delete();
+
+    // The gate of every write of a version: the version to write, which is a copy made for the
+    // current frame when `version` belongs to an earlier one. Null after a failure; only the
+    // current version may be written.
+    PDMc_WSPIV* ModifiedWSPIV(PDMc_WSPIV* version);
+    // Raises the modified state of a library member's current version; 2600 for an item
+    // outside any library.
+    int32_t MarkModifiedInLibrary();
+
+    // The current version of each state up to the current one that shows the item live, in
+    // state order; a version that stayed current through several states comes once each.
+    int32_t GetWSPIVs(nyxCollection& out);
+    // Every file record of the item's versions in the states before the current one, once each.
+    int32_t CollectEarlierFiles(nyxCollection& set);
 
 private:
     friend struct LDBSchema;

@@ -1,5 +1,13 @@
 // PDMc_WSPIV: the data of an item in one or more frames: its source and target coordinates,
 // its files, attributes, dependencies and library relations.
+//
+// A version is writable only while it is its item's current version and was made in the
+// current frame. Every write therefore starts with ForModification, which hands back the
+// version to write: this one, or a copy made for the current frame that replaces it as the
+// item's current version, while this one stays as it is for the frames that hold it. A writer
+// goes on with what it was given, and stops when it was given null (the failure is on the
+// error stack). The marks (hold, check-in mark, status, user data id) are the exception: they
+// are written in place, on any version, and no undo takes them back.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +16,18 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LAD;
+class PDMc_LAV;
 class PDMc_LDBArray;
+class PDMc_LDBMap;
+class PDMc_LDBValue;
+class PDMc_LF;
+class PDMc_LIL;
 class PDMc_LPI;
+class PDMc_LPITD;
+class PDMc_LUF;
+class PDMc_WS;
+class PDMc_WSPI;
 class nyxCollection;
 
 class PDMc_WSPIV : public PDMc_LDBObject {
@@ -22,19 +40,123 @@ public:
     // A new object of the owner, at once on its modified list.
     explicit PDMc_WSPIV(LDBObjectOwner* owner);
 
+    // A new version of the identity with the four target texts and the instance flags. Its
+    // file array takes the PDMc_LF pointers of `files` (null for none). It counts as modified
+    // from the start, with a new modification count of the workspace. Null after a failure.
+    static PDMc_WSPIV* Create(PDMc_WS* workspace, PDMc_LPI* lpi, const char* targetBranch,
+                              const char* targetRevision, const char* targetReleaseLevel,
+                              const char* targetFolder, bool isInstance, bool hasInstances,
+                              nyxCollection* files);
+    // A copy made in `frame`: its own arrays and maps over the same files and values, twins
+    // of the dependencies, no application attributes. Null after a failure.
+    PDMc_WSPIV* CloneForFrame(PDMc_LUF* frame);
+    // The version to write; null after a failure, also when this one may not be written.
+    PDMc_WSPIV* ForModification();
+    int32_t SetCreatingFrame(PDMc_LUF* frame);
+
     const char* GetClassName() const override;
     PDMc_LDBRef* GetAttrs() override;
 
-    // The local file records of this version, null if it has none (or, with an error on the
-    // stack, if they can't be had).
+    PDMc_WS* GetWS();
+    PDMc_LPI* GetLPI();
+    PDMc_LUF* GetCreatingFrame();
+    // The live item of the identity in the current state, also for a version of an older one.
+    PDMc_WSPI* GetWSPI();
+    // Name and type as of the current state, through the identity.
+    const nyxString& GetName();
+    PDMc_LPITD* GetTypeDef();
+    PDMc_LIL* GetLIL();
+
+    const nyxString& GetDescription() const { return m_description; }
+    const nyxString& GetSourceBranchName() const { return m_source_branch_name; }
+    const nyxString& GetSourceRevision() const { return m_source_revision; }
+    const nyxString& GetSourceReleaseLevel() const { return m_source_release_level; }
+    const nyxString& GetSourceFolder() const { return m_source_folder_path; }
+    const nyxString& GetTargetBranchName() const { return m_target_branch_name; }
+    const nyxString& GetTargetRevision() const { return m_target_revision; }
+    const nyxString& GetTargetReleaseLevel() const { return m_target_release_level; }
+    const nyxString& GetTargetFolder() const { return m_target_folder_path; }
+    uint32_t GetSourcePIVID() const { return m_source_rpiv_id; }
+    int32_t GetSourceVersion() const { return m_source_version; }
+    int32_t GetModCount() const { return m_mod_count; }
+    bool IsModified() const { return m_is_modified; }
+    bool IsInstance() const { return m_is_instance; }
+    bool HasInstances() const { return m_has_instances; }
+    bool IsLibraryMember() const { return m_is_instance || m_has_instances; }
+    uint32_t GetCreationStamp() const { return m_creation_stamp; }
+    uint32_t GetModificationStamp() const { return m_modification_stamp; }
+    bool IsHoldFromSubmission() const { return m_hold_from_submission; }
+    bool IsMarkedForCheckIn() const { return m_marked_for_checkin; }
+    int32_t GetWorkspaceStatus() const { return m_ws_status; }
+    int32_t GetUserDataId() const { return m_user_data_id; }
+
+    // Raises the modified state with a new count of the workspace. Only the workspace calls
+    // it (NoteVersionModified), which skips it while automatic raising is off.
+    void SetIsModified();
+
+    // The writes of the item's data: each goes through ForModification and gives 0, or the
+    // code of the failure.
+    int32_t SetDescription(const char* text);
+    int32_t SetTargetBranchName(const char* text);
+    int32_t SetTargetRevision(const char* text);
+    int32_t SetTargetReleaseLevel(const char* text);
+    int32_t SetTargetFolder(const char* text);
+
+    // The marks, written in place on this very version.
+    void SetHoldFromSubmission(bool hold);
+    // Refused silently while the version is held.
+    void SetMarkedForCheckIn(bool marked);
+    void SetWorkspaceStatus(int32_t status);
+    void SetUserDataId(int32_t id);
+
+    // Files. The array keeps positions: an entry may be null, and position 0 is the one the
+    // exports use.
     PDMc_LDBArray* GetFiles();
     bool HasFiles() const { return !m_files.IsNull(); }
+    PDMc_LF* FirstFile();
+    int32_t GetPathForReading(PDMc_LF* file, nyxString& out);
+    // A new local file to write in place of `file`, in the writable version; `out` gets its
+    // path. The old file's deletion is queued unless a repository or an earlier state has it.
+    int32_t GetPathForWriting(PDMc_LF* file, nyxString& out);
+    // A new local file of the name at the position; null after a failure (407 for a taken
+    // position).
+    PDMc_LF* AddFile(const char* name, uint32_t position);
+    int32_t DeleteFile(PDMc_LF* file);
+    // Queues the deletion of the version's local files that no earlier state holds.
+    int32_t DeleteOwnFiles();
+
+    // Attributes by definition. A set value replaces the entry of its name; an unset one goes
+    // from the map and its definition joins the unset list once.
+    int32_t SetDBAttribute(PDMc_LAD* definition, bool flag, const PDMc_LDBValue& value);
+    int32_t SetAttribute(PDMc_LAD* definition, const PDMc_LDBValue& value);
+    int32_t UnsetAttribute(PDMc_LAD* definition);
+    // Null when the version has no value of that name (or, with an error, can't be read).
+    PDMc_LAV* GetAttribute(PDMc_LAD* definition);
+    // Clears `out`, then adds each PDMc_LAV of the version. 0, or the code of a failure.
+    int32_t GetAttributeNames(nyxCollection& out);
+    // The definitions unset in this version, in order; null if there were none.
+    PDMc_LDBArray* GetUnsetAttrDefs();
+
     // Clears `out`, then adds every dependency of this version on the identity, in order.
     // 0, or the code of a failure.
     int32_t GetDependenciesToChild(PDMc_LPI* lpi, nyxCollection& out);
+    // The dependencies, null if the version has no array.
+    PDMc_LDBArray* GetDependencies();
 
 private:
     friend struct LDBSchema;
+
+    // A copy of every stored member but m_attrs, the containers shared until CloneForFrame
+    // gives the copy its own.
+    PDMc_WSPIV(const PDMc_WSPIV& other);
+    // The writable version's attribute map gets the value under the definition's name.
+    int32_t SetAttrValue(const char* name, PDMc_LAV* value);
+    // Stores a text into the writable version.
+    int32_t SetText(nyxString PDMc_WSPIV::*member, const char* text);
+    // Whether an earlier state of the item holds the file, so that it must stay on disk.
+    int32_t HeldEarlier(PDMc_LF* file, bool& held);
+    // The index of the file in m_files; false if it isn't there.
+    bool PositionOf(PDMc_LF* file, uint32_t& position);
 
     PDMc_LDBRef m_workspace;
     nyxString m_description;

@@ -1,0 +1,37 @@
+// The model object behind a handle, and built lists handed out as cursors: what the model's
+// export files share.
+#pragma once
+
+#include <cstdint>
+#include <new>
+
+#include "callframe.h"
+#include "ccursor.h"
+#include "errors/nyxerror.h"
+#include "srcldb/ldbobject.h"
+
+// The object behind a handle, if it is of the class the handle's kind promises. A null handle
+// is error 110 with the export's name and the kind text; a handle to an object of another class
+// is an internal error (under the calling file's source path) rather than a misread object.
+// Null after either.
+template <class T>
+T* PDMTarget(const void* handle, const char* exportName, const char* kindText,
+             const char* sourcePath) {
+    if (PDMCheckHandle(handle, exportName, kindText) != 0) return nullptr;
+    PDMc_LDBObject* object = static_cast<PDMc_LDBObject*>(const_cast<void*>(handle));
+    if (object->GetTypeCode() == T::kTypeCode) return static_cast<T*>(object);
+    nyxErrorPushInternal(kindText, sourcePath, __LINE__);
+    return nullptr;
+}
+
+// A built list for a cursor: the listing fills it, and the cursor owns it.
+template <class Fill>
+int PDMListCursor(CursorHandle* cursor, Fill fill) {
+    PDMPointerList* list = new (std::nothrow) PDMPointerList();
+    if (list == nullptr) return NYX_INTERNAL_ERROR("no memory for a list", "srccldb/ccursor");
+    if (int32_t rc = fill(*list)) {
+        delete list;
+        return rc;
+    }
+    return PDMBindCursor(list, true, cursor);
+}
