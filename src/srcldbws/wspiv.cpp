@@ -303,15 +303,22 @@ bool PDMc_WSPIV::PositionOf(PDMc_LF* file, uint32_t& position) {
     return false;
 }
 
-int32_t PDMc_WSPIV::HeldEarlier(PDMc_LF* file, bool& held) {
-    held = false;
+int32_t PDMc_WSPIV::QueueDeleteUnlessHeld(PDMc_LF* file) {
+    // A file goes at commit unless someone else still reads it: the repository, or a state that
+    // an undo can return to.
+    if (file->IsRepositoryFile()) return 0;
     PDMc_WSPI* item = GetWSPI();
+    PDMc_LDB* connection = ConnectionOf(this);
     if (item == nullptr) return nyxErrorCurrentCode();
+    if (connection == nullptr)
+        return NYX_INTERNAL_ERROR("a version without a connection", kSourcePath);
     nyxSingleListOf<void*> earlier;
     if (int32_t rc = item->CollectEarlierFiles(earlier)) return rc;
     void* element = file;
-    held = earlier.Contains(&element);
-    return 0;
+    if (earlier.Contains(&element)) return 0;
+    nyxString path;
+    file->GetPath(path);
+    return connection->QueueDeleteFile(path.c_str());
 }
 
 int32_t PDMc_WSPIV::GetPathForReading(PDMc_LF* file, nyxString& out) {
@@ -330,17 +337,7 @@ int32_t PDMc_WSPIV::GetPathForWriting(PDMc_LF* file, nyxString& out) {
         return NYX_INTERNAL_ERROR("a version without a connection", kSourcePath);
     PDMc_WSPIV* writable = ForModification();
     if (writable == nullptr) return nyxErrorCurrentCode();
-    // The old file goes at commit unless someone else still reads it: the repository, or a
-    // state that an undo can return to.
-    bool held = file->IsRepositoryFile();
-    if (!held) {
-        if (int32_t rc = writable->HeldEarlier(file, held)) return rc;
-    }
-    if (!held) {
-        nyxString oldPath;
-        file->GetPath(oldPath);
-        if (int32_t rc = connection->QueueDeleteFile(oldPath.c_str())) return rc;
-    }
+    if (int32_t rc = writable->QueueDeleteUnlessHeld(file)) return rc;
     PDMc_WS* workspace = writable->GetWS();
     if (workspace == nullptr) return nyxErrorCurrentCode();
     PDMc_LF* copy = file->MakeWritableCopy(workspace);
@@ -417,18 +414,7 @@ int32_t PDMc_WSPIV::DeleteFile(PDMc_LF* file) {
     if (found > 1) return NYX_INTERNAL_ERROR("PDMc_WSPIV::DeleteFile", kSourcePath);
     PDMc_WSPIV* writable = ForModification();
     if (writable == nullptr) return nyxErrorCurrentCode();
-    bool held = file->IsRepositoryFile();
-    if (!held) {
-        if (int32_t rc = writable->HeldEarlier(file, held)) return rc;
-    }
-    if (!held) {
-        PDMc_LDB* connection = ConnectionOf(this);
-        if (connection == nullptr)
-            return NYX_INTERNAL_ERROR("a version without a connection", kSourcePath);
-        nyxString path;
-        file->GetPath(path);
-        if (int32_t rc = connection->QueueDeleteFile(path.c_str())) return rc;
-    }
+    if (int32_t rc = writable->QueueDeleteUnlessHeld(file)) return rc;
     // The entries behind the file move up one place: a new array, as the old one may belong
     // to the version an earlier state holds.
     PDMc_LDBArray* current = writable->GetFiles();

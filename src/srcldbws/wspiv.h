@@ -153,8 +153,8 @@ private:
     int32_t SetAttrValue(const char* name, PDMc_LAV* value);
     // Stores a text into the writable version.
     int32_t SetText(nyxString PDMc_WSPIV::*member, const char* text);
-    // Whether an earlier state of the item holds the file, so that it must stay on disk.
-    int32_t HeldEarlier(PDMc_LF* file, bool& held);
+    // Queues the deletion of a local file that no earlier state of the item holds.
+    int32_t QueueDeleteUnlessHeld(PDMc_LF* file);
     // The index of the file in m_files; false if it isn't there.
     bool PositionOf(PDMc_LF* file, uint32_t& position);
 
