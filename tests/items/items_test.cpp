@@ -405,11 +405,32 @@ TEST_F(Items, RenameAndDeleteFollowUndoAndRedo) {
     EXPECT_EQ(PDMWSPISetCurrWSPIVDescription(item, "x"), 110);
     testsupport::ClearErrors();
 
-    Reopen();
+    Commit();
     ASSERT_EQ(PDMWorkspaceUndo(ws), 0);
     EXPECT_EQ(Find("new"), item) << "the same handle is live again";
     EXPECT_EQ(Current(item), version);
     EXPECT_EQ(ItemName(item), "new");
+    // And from the file: the deletion is in the last state, the item live in the one before.
+    Reopen();
+    EXPECT_NE(Find("new"), nullptr);
+    ASSERT_EQ(PDMWorkspaceRedo(ws), 0);
+    EXPECT_EQ(Find("new"), nullptr);
+}
+
+TEST_F(Items, CreationFollowsUndoAndRedo) {
+    ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
+    ASSERT_NE(Create("late"), nullptr);
+    Reopen();
+    WSPIHandle item = Find("late");
+    ASSERT_NE(item, nullptr);
+    ASSERT_EQ(PDMWorkspaceUndo(ws), 0) << DescribeTop();
+    EXPECT_EQ(Find("late"), nullptr) << "the state before its creation doesn't show it";
+    CursorHandle cursor = nullptr;
+    ASSERT_EQ(PDMWorkspaceGetWSPIs(ws, &cursor), 0);
+    EXPECT_TRUE(Drain(cursor).empty());
+    ASSERT_EQ(PDMWorkspaceRedo(ws), 0);
+    EXPECT_EQ(Find("late"), item);
+    EXPECT_EQ(ItemName(item), "late");
 }
 
 TEST_F(Items, MarksAreWrittenInPlaceOnAnyVersion) {
