@@ -435,21 +435,10 @@ int32_t PDMc_WSPIV::DeleteOwnFiles() {
     if (m_files.IsNull()) return 0;
     PDMc_LDBArray* files = GetFiles();
     if (files == nullptr) return nyxErrorCurrentCode();
-    PDMc_WSPI* item = GetWSPI();
-    PDMc_LDB* connection = ConnectionOf(this);
-    if (item == nullptr) return nyxErrorCurrentCode();
-    if (connection == nullptr)
-        return NYX_INTERNAL_ERROR("a version without a connection", kSourcePath);
-    nyxSingleListOf<void*> earlier;
-    if (int32_t rc = item->CollectEarlierFiles(earlier)) return rc;
     for (uint32_t i = 0; i < files->GetCount(); ++i) {
         PDMc_LF* file = LDBObjectAs<PDMc_LF>(files->ObjectAt(i));
-        if (file == nullptr || file->IsRepositoryFile()) continue;
-        void* element = file;
-        if (earlier.Contains(&element)) continue;
-        nyxString path;
-        file->GetPath(path);
-        if (int32_t rc = connection->QueueDeleteFile(path.c_str())) return rc;
+        if (file == nullptr) continue;
+        if (int32_t rc = QueueDeleteUnlessHeld(file)) return rc;
     }
     return 0;
 }
