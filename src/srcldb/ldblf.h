@@ -75,6 +75,6 @@ private:
     nyxString m_host_name;
     int32_t m_file_version = 0;
     uint32_t m_rep_obj_id = 0;
-    bool m_is_modified = false;
+    uint8_t m_is_modified = 0;
     uint32_t m_modification_stamp = 0;
 };

@@ -38,7 +38,7 @@ private:
     LDBIdVector m_orig_members;
     LDBIdVector m_removed_members;
     PDMc_LDBRef m_wspis;
-    bool m_is_modified = false;
+    uint8_t m_is_modified = 0;
     PDMc_LDBRef m_files;
     PDMc_LDBRef m_creating_frame;
     PDMc_LDBRef m_attrs;

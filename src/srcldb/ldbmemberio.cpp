@@ -93,7 +93,7 @@ int32_t LDBMemberReader::ReadField(uint32_t type, void* field) {
         }
         case LDBMemberFamily::kString: return ReadString(FieldAs<nyxString>(field));
         case LDBMemberFamily::kValue: return ReadValue(FieldAs<PDMc_LDBValue>(field));
-        case LDBMemberFamily::kBoolean: return ReadBoolean(FieldAs<bool>(field));
+        case LDBMemberFamily::kBoolean: return ReadBoolean(FieldAs<uint8_t>(field));
         case LDBMemberFamily::kRefArray: return ReadRefArray(FieldAs<LDBRefArrayRep>(field));
         case LDBMemberFamily::kRefMap: return ReadMap(FieldAs<LDBRefMapRep>(field));
         case LDBMemberFamily::kIdArray: return ReadIdArray(FieldAs<LDBIdArrayRep>(field));
@@ -146,12 +146,12 @@ int32_t LDBMemberReader::ReadReference(PDMc_LDBRef& reference) {
     return rc;
 }
 
-int32_t LDBMemberReader::ReadBoolean(bool& value) {
+int32_t LDBMemberReader::ReadBoolean(uint8_t& value) {
     // Older files give a boolean four bytes, of which the first carries the value.
     uint8_t bytes[4];
     uint32_t size = m_store_version < LDB_VERSION_BYTE_BOOLEANS ? 4 : 1;
     int32_t rc = m_cursor.ReadBytes(bytes, size);
-    if (rc == 0) value = bytes[0] != 0;
+    if (rc == 0) value = bytes[0];
     return rc;
 }
 
@@ -311,7 +311,7 @@ int32_t LDBMemberWriter::WriteField(uint32_t type, const void* field) {
             return m_cursor.WriteU64(LDBDoubleBits(FieldAs<double>(field)));
         case LDBMemberFamily::kString: return WriteString(FieldAs<nyxString>(field));
         case LDBMemberFamily::kValue: return WriteValue(FieldAs<PDMc_LDBValue>(field));
-        case LDBMemberFamily::kBoolean: return WriteBoolean(FieldAs<bool>(field));
+        case LDBMemberFamily::kBoolean: return WriteBoolean(FieldAs<uint8_t>(field));
         case LDBMemberFamily::kRefArray: return WriteRefArray(FieldAs<LDBRefArrayRep>(field));
         case LDBMemberFamily::kRefMap: return WriteMap(FieldAs<LDBRefMapRep>(field));
         case LDBMemberFamily::kIdArray: return WriteIdArray(FieldAs<LDBIdArrayRep>(field));
@@ -351,7 +351,7 @@ int32_t LDBMemberWriter::WriteReference(const PDMc_LDBRef& reference) {
     return m_cursor.WriteU32(reference.GetKey());
 }
 
-int32_t LDBMemberWriter::WriteBoolean(bool value) { return m_cursor.WriteU8(value ? 1 : 0); }
+int32_t LDBMemberWriter::WriteBoolean(uint8_t value) { return m_cursor.WriteU8(value); }
 
 int32_t LDBMemberWriter::WriteValue(const PDMc_LDBValue& value) {
     int32_t kind = value.GetKind();

@@ -29,7 +29,7 @@ public:
     int32_t ReadString(nyxString& text);
     int32_t ReadReference(PDMc_LDBRef& reference);
     int32_t ReadValue(PDMc_LDBValue& value);
-    int32_t ReadBoolean(bool& value);
+    int32_t ReadBoolean(uint8_t& value);
     int32_t ReadRefArray(LDBRefArrayRep& array);
     int32_t ReadIdArray(LDBIdArrayRep& array);
     // The stored capacity is passed over: the table grows by its own rules as entries come in.
@@ -62,7 +62,7 @@ public:
     int32_t WriteString(const nyxString& text);
     int32_t WriteReference(const PDMc_LDBRef& reference);
     int32_t WriteValue(const PDMc_LDBValue& value);
-    int32_t WriteBoolean(bool value);
+    int32_t WriteBoolean(uint8_t value);
     int32_t WriteRefArray(const LDBRefArrayRep& array);
     int32_t WriteIdArray(const LDBIdArrayRep& array);
     int32_t WriteMap(const LDBRefMapRep& map);

@@ -83,7 +83,9 @@ template <> struct LDBMemberField<LDBMemberFamily::kDouble> { using Type = doubl
 template <> struct LDBMemberField<LDBMemberFamily::kString> { using Type = nyxString; };
 template <> struct LDBMemberField<LDBMemberFamily::kDateTime> { using Type = uint32_t; };
 template <> struct LDBMemberField<LDBMemberFamily::kValue> { using Type = PDMc_LDBValue; };
-template <> struct LDBMemberField<LDBMemberFamily::kBoolean> { using Type = bool; };
+// A boolean member holds its stored byte as it is: a flag member may keep more than one bit
+// in it, and a byte read back is written back unchanged.
+template <> struct LDBMemberField<LDBMemberFamily::kBoolean> { using Type = uint8_t; };
 template <> struct LDBMemberField<LDBMemberFamily::kRefArray> { using Type = LDBRefArrayRep; };
 template <> struct LDBMemberField<LDBMemberFamily::kRefMap> { using Type = LDBRefMapRep; };
 template <> struct LDBMemberField<LDBMemberFamily::kIdArray> { using Type = LDBIdArrayRep; };

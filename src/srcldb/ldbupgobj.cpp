@@ -43,7 +43,7 @@ void* MakeValueOfType(uint16_t type) {
         case LDBMemberFamily::kDouble: return MakeValue<double>();
         case LDBMemberFamily::kString: return MakeValue<nyxString>();
         case LDBMemberFamily::kValue: return MakeValue<PDMc_LDBValue>();
-        case LDBMemberFamily::kBoolean: return MakeValue<bool>();
+        case LDBMemberFamily::kBoolean: return MakeValue<uint8_t>();
         case LDBMemberFamily::kRefArray: return MakeFace<LDBRefArrayRep, LDBRefVector>();
         case LDBMemberFamily::kIdArray: return MakeFace<LDBIdArrayRep, LDBIdVector>();
         case LDBMemberFamily::kRefMap: {
@@ -70,7 +70,7 @@ void DestroyValueOfType(uint16_t type, void* value) {
         case LDBMemberFamily::kDouble: delete static_cast<double*>(value); break;
         case LDBMemberFamily::kString: delete static_cast<nyxString*>(value); break;
         case LDBMemberFamily::kValue: delete static_cast<PDMc_LDBValue*>(value); break;
-        case LDBMemberFamily::kBoolean: delete static_cast<bool*>(value); break;
+        case LDBMemberFamily::kBoolean: delete static_cast<uint8_t*>(value); break;
         case LDBMemberFamily::kRefArray: delete static_cast<LDBRefArrayRep*>(value); break;
         case LDBMemberFamily::kIdArray: delete static_cast<LDBIdArrayRep*>(value); break;
         case LDBMemberFamily::kRefMap: delete static_cast<LDBRefMapRep*>(value); break;
@@ -228,8 +228,7 @@ int32_t LDBUpgradeObject::SetMember(const char* name, uint8_t value) {
     if (slot == nullptr) return nyxErrorCurrentCode();
     switch (slot->Type()) {
         case LDB_MEMBER_INT8: *static_cast<int8_t*>(slot->Value()) = int8_t(value); break;
-        case LDB_MEMBER_UINT8: *static_cast<uint8_t*>(slot->Value()) = value; break;
-        default: *static_cast<bool*>(slot->Value()) = value != 0; break;
+        default: *static_cast<uint8_t*>(slot->Value()) = value; break;
     }
     return 0;
 }

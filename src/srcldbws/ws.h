@@ -155,8 +155,8 @@ private:
     int32_t m_current_state_number = 0;
     int32_t m_file_ver_counter = 0;
     int32_t m_mod_count_generator = 0;
-    bool m_auto_set_is_modified = false;
-    bool m_is_ws_under_integration = false;
+    uint8_t m_auto_set_is_modified = 0;
+    uint8_t m_is_ws_under_integration = 0;
     PDMc_LDBRef m_attrs;
     int32_t m_user_data_id = 0;
 };

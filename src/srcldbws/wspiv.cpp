@@ -108,7 +108,7 @@ PDMc_WSPIV* PDMc_WSPIV::Create(PDMc_WS* workspace, PDMc_LPI* lpi, const char* ta
     version->m_attr_values = values;
     version->m_dependencies = dependencies;
     // Born modified, whatever the workspace's automatic raising says.
-    version->m_is_modified = true;
+    version->m_is_modified = 1;
     version->m_mod_count = workspace->NextModCount();
     version->m_hold_from_submission = false;
     version->m_marked_for_checkin = true;
@@ -213,7 +213,8 @@ PDMc_LPITD* PDMc_WSPIV::GetTypeDef() {
 PDMc_LIL* PDMc_WSPIV::GetLIL() { return LDBTargetAs<PDMc_LIL>(m_lil); }
 
 void PDMc_WSPIV::SetIsModified() {
-    m_is_modified = true;
+    // Bit 0 is a write of the data; bit 1, a change of the dependency list, stays as it is.
+    m_is_modified |= 1;
     if (PDMc_WS* workspace = GetWS()) m_mod_count = workspace->NextModCount();
     MarkModified();
 }

@@ -79,7 +79,7 @@ public:
     uint32_t GetSourcePIVID() const { return m_source_rpiv_id; }
     int32_t GetSourceVersion() const { return m_source_version; }
     int32_t GetModCount() const { return m_mod_count; }
-    bool IsModified() const { return m_is_modified; }
+    bool IsModified() const { return m_is_modified != 0; }
     bool IsInstance() const { return m_is_instance; }
     bool HasInstances() const { return m_has_instances; }
     bool IsLibraryMember() const { return m_is_instance || m_has_instances; }
@@ -171,16 +171,16 @@ private:
     nyxString m_target_release_level;
     nyxString m_source_folder_path;
     nyxString m_target_folder_path;
-    bool m_is_instance = false;
-    bool m_has_instances = false;
-    bool m_is_modified = false;
+    uint8_t m_is_instance = 0;
+    uint8_t m_has_instances = 0;
+    uint8_t m_is_modified = 0;  // flag bits; any of them set reads as modified
     int32_t m_mod_count = 0;
     int32_t m_local_mod_intent = 0;
     PDMc_LDBRef m_files;
     PDMc_LDBRef m_attr_values;
     PDMc_LDBRef m_unset_attr_defs;
     PDMc_LDBRef m_dependencies;
-    bool m_is_repository_ref = false;
+    uint8_t m_is_repository_ref = 0;
     PDMc_LDBRef m_creating_frame;
     PDMc_LDBRef m_lil;
     PDMc_LDBRef m_generic_wsgir;
@@ -188,8 +188,8 @@ private:
     PDMc_LDBRef m_instances_creating_frame;
     uint32_t m_creation_stamp = 0;
     uint32_t m_modification_stamp = 0;
-    bool m_hold_from_submission = false;
-    bool m_marked_for_checkin = false;
+    uint8_t m_hold_from_submission = 0;
+    uint8_t m_marked_for_checkin = 0;
     int32_t m_ws_status = 0;
     PDMc_LDBRef m_attrs;
     int32_t m_user_data_id = 0;

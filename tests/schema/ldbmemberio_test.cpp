@@ -100,8 +100,10 @@ TEST_F(MemberIO, ScalarsAreLittleEndianAndFloatsTravelAsDoubles) {
     EXPECT_EQ(RoundTrip<float>(9, 1.5f), (Bytes{0, 0, 0, 0, 0, 0, 0xF8, 0x3F}));
     // A float that a double holds only approximately still comes back exactly.
     EXPECT_EQ(RoundTrip<float>(9, 0.1f), (Bytes{0, 0, 0, 0xA0, 0x99, 0x99, 0xB9, 0x3F}));
-    EXPECT_EQ(RoundTrip<bool>(19, true), (Bytes{0x01}));
-    EXPECT_EQ(RoundTrip<bool>(19, false), (Bytes{0x00}));
+    EXPECT_EQ(RoundTrip<uint8_t>(19, 1), (Bytes{0x01}));
+    EXPECT_EQ(RoundTrip<uint8_t>(19, 0), (Bytes{0x00}));
+    // A flag byte with more than one bit set comes back as it was stored.
+    EXPECT_EQ(RoundTrip<uint8_t>(19, 3), (Bytes{0x03}));
 
     // 64-bit members take no bytes and keep what the field held.
     int64_t wide = 77;
@@ -111,13 +113,13 @@ TEST_F(MemberIO, ScalarsAreLittleEndianAndFloatsTravelAsDoubles) {
     EXPECT_EQ(RoundTrip<uint64_t>(8, 5, uwide), Bytes());
     EXPECT_EQ(uwide, 78u);
 
-    // A boolean byte other than 1 still reads as true.
+    // A boolean byte other than 1 is read as it stands: flag members keep bits in it.
     uint32_t at = Room(1);
     Put(at, {0x02});
     buffer_.SetAddress(at);
-    bool flag = false;
+    uint8_t flag = 0;
     ASSERT_EQ(LDBMemberReader(buffer_, &owner_, 514).ReadBoolean(flag), 0);
-    EXPECT_TRUE(flag);
+    EXPECT_EQ(flag, 2);
 }
 
 TEST_F(MemberIO, ReferencesStoreTheTargetsAddressAndReadBackUnresolved) {
@@ -374,14 +376,14 @@ TEST_F(MemberIO, OlderFilesHaveWideBooleansAndListsWithoutCountWord) {
 
     buffer_.SetAddress(at);
     LDBMemberReader reader(buffer_, &owner_, 257);
-    bool first = false, second = true;
+    uint8_t first = 0, second = 1;
     LDBIdVector ids;
     ASSERT_EQ(reader.ReadBoolean(first), 0);
     ASSERT_EQ(reader.ReadBoolean(second), 0);
     ASSERT_EQ(reader.ReadIdArray(ids), 0);
     EXPECT_EQ(buffer_.GetAddress(), at + 12);
-    EXPECT_TRUE(first);
-    EXPECT_FALSE(second);  // only the first of the four bytes counts
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 0);  // only the first of the four bytes counts
     ASSERT_EQ(ids.Count(), 2u);
     EXPECT_EQ(ids.At(0), 5u);
     EXPECT_EQ(ids.At(1), 6u);

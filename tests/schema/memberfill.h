@@ -23,7 +23,7 @@ inline void Fill(uint16_t type, void* field, uint32_t seed, LDBObjectOwner* owne
         case LDBMemberFamily::kDateTime:
             *static_cast<uint32_t*>(field) = 0xA0000000u + seed * 0x10203u;
             break;
-        case LDBMemberFamily::kBoolean: *static_cast<bool*>(field) = true; break;
+        case LDBMemberFamily::kBoolean: *static_cast<uint8_t*>(field) = 1; break;
         case LDBMemberFamily::kString: *static_cast<nyxString*>(field) = text.c_str(); break;
         case LDBMemberFamily::kReference:
             static_cast<PDMc_LDBRef*>(field)->Set(owner, 0x1000 + seed * 4);
@@ -79,7 +79,7 @@ inline void ExpectSame(uint16_t type, void* expected, void* actual) {
             EXPECT_EQ(*static_cast<uint32_t*>(actual), *static_cast<uint32_t*>(expected));
             break;
         case LDBMemberFamily::kBoolean:
-            EXPECT_EQ(*static_cast<bool*>(actual), *static_cast<bool*>(expected));
+            EXPECT_EQ(*static_cast<uint8_t*>(actual), *static_cast<uint8_t*>(expected));
             break;
         case LDBMemberFamily::kString:
             EXPECT_STREQ(static_cast<nyxString*>(actual)->c_str(),

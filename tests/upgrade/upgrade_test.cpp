@@ -171,8 +171,8 @@ TEST_F(UpgradeTest, OldFileComesOutCurrentWithEveryValueOnce) {
     ASSERT_NE(ws, nullptr);
     EXPECT_STREQ(Field<nyxString>(ws, "m_name").c_str(), "alpha");
     EXPECT_EQ(Field<int32_t>(ws, "m_user_data_id"), 1234) << "moved behind m_attrs";
-    EXPECT_TRUE(Field<bool>(ws, "m_auto_set_is_modified"));
-    EXPECT_FALSE(Field<bool>(ws, "m_is_ws_under_integration"));
+    EXPECT_TRUE(Field<uint8_t>(ws, "m_auto_set_is_modified"));
+    EXPECT_FALSE(Field<uint8_t>(ws, "m_is_ws_under_integration"));
     // The boolean that took four bytes takes one, followed at once by the new one.
     EXPECT_EQ(file[ws->GetStorageAddress() + 42], 1);
     EXPECT_EQ(file[ws->GetStorageAddress() + 43], 0);
@@ -191,21 +191,21 @@ TEST_F(UpgradeTest, OldFileComesOutCurrentWithEveryValueOnce) {
     EXPECT_EQ(Field<int32_t>(wspiv, "m_user_data_id"), 4321) << "moved to the end";
     EXPECT_EQ(Field<uint32_t>(wspiv, "m_modification_stamp"), 4000u);
     EXPECT_STREQ(Field<nyxString>(wspiv, "m_target_revision").c_str(), "B");
-    EXPECT_TRUE(Field<bool>(wspiv, "m_has_instances"));
-    EXPECT_TRUE(Field<bool>(wspiv, "m_is_repository_ref"));
-    EXPECT_FALSE(Field<bool>(wspiv, "m_hold_from_submission"));
+    EXPECT_TRUE(Field<uint8_t>(wspiv, "m_has_instances"));
+    EXPECT_TRUE(Field<uint8_t>(wspiv, "m_is_repository_ref"));
+    EXPECT_FALSE(Field<uint8_t>(wspiv, "m_hold_from_submission"));
     EXPECT_EQ(Field<int32_t>(wspiv, "m_ws_status"), 0);
     PDMc_LDBObject* lav = Entry(wspiv, "m_attr_values", "colour");
     EXPECT_EQ(Field<PDMc_LDBValue>(lav, "m_value").GetInteger(), 42);
     PDMc_LDBObject* lf =
         Field<LDBRefArrayRep>(Follow(wspiv, "m_files"), "m_rep").At(0).GetTarget();
-    EXPECT_TRUE(Field<bool>(lf, "m_is_modified"));
+    EXPECT_TRUE(Field<uint8_t>(lf, "m_is_modified"));
     EXPECT_EQ(Field<uint32_t>(lf, "m_modification_stamp"), 0u);
     PDMc_LDBObject* lilv = Follow(Follow(wspiv, "m_lil"), "m_shortcut_current_lilv");
     LDBIdArrayRep& ids = Field<LDBIdArrayRep>(lilv, "m_orig_members");
     ASSERT_EQ(ids.Count(), 3u);
     EXPECT_EQ(ids.At(2), 7u);
-    EXPECT_TRUE(Field<bool>(lilv, "m_is_modified"));
+    EXPECT_TRUE(Field<uint8_t>(lilv, "m_is_modified"));
     store->AbortTransaction();
     LDBStore::CloseStore(store);
 }
