@@ -10,6 +10,8 @@
 #include "errors/nyxerror.h"
 #include "srcldb/ldbobject.h"
 
+class PDMc_LAD;
+
 // The object behind a handle, if it is of the class the handle's kind promises. A null handle
 // is error 110 with the export's name and the kind text; a handle to an object of another class
 // is an internal error (under the calling file's source path) rather than a misread object.
@@ -35,3 +37,10 @@ int PDMListCursor(CursorHandle* cursor, Fill fill) {
     }
     return PDMBindCursor(list, true, cursor);
 }
+
+// The attribute definition of a name in the connection that `object` belongs to: null, with no
+// error, for a name the database never had.
+PDMc_LAD* PDMFindAttrDef(PDMc_LDBObject* object, const char* name);
+// The same, made for a name the database doesn't have yet: what every attribute writer needs.
+// Null after a failure.
+PDMc_LAD* PDMFindOrCreateAttrDef(PDMc_LDBObject* object, const char* name);

@@ -63,12 +63,8 @@ int WriteAttribute(WSPIHandle handle, const char* exportName, const char* name,
                    const PDMAttrValue* record, Operation operation) {
     PDMCallFrame frame(exportName);
     PDMc_WSPIV* version = CurrentVersion(handle, exportName);
-    PDMc_LDB* connection = version != nullptr ? PDMc_LDB::FromOwner(version->GetOwner()) : nullptr;
-    if (connection == nullptr) return PDMResultT();
-    nyxString key(name);
-    PDMc_LDBObject* found = connection->FindAttrDef(key.c_str());
-    if (found == nullptr) found = connection->CreateAttrDef(key.c_str());
-    PDMc_LAD* definition = LDBObjectAs<PDMc_LAD>(found, true);
+    if (version == nullptr) return PDMResultT();
+    PDMc_LAD* definition = PDMFindOrCreateAttrDef(version, name);
     if (definition == nullptr) return PDMResultT();
     PDMc_LDBValue value;
     if (record != nullptr && CAPIAttrValueFromC(record, value) != 0) return PDMResultT();
@@ -322,14 +318,9 @@ int PDMWSPISetCurrWSPIVDBAttribute(WSPIHandle item, const char* name, int flag,
 int PDMWSPIUnSetCurrWSPIVAttribute(WSPIHandle item, const char* name) {
     PDMCallFrame frame("PDMWSPIUnSetCurrWSPIVAttribute");
     PDMc_WSPIV* version = CurrentVersion(item, "PDMWSPIUnSetCurrWSPIVAttribute");
-    PDMc_LDB* connection = version != nullptr ? PDMc_LDB::FromOwner(version->GetOwner()) : nullptr;
-    if (connection == nullptr) return PDMResultT();
+    if (version == nullptr) return PDMResultT();
     // A name the database never had can't be set anywhere: nothing to unset.
-    nyxString key(name);
-    PDMc_LDBObject* found = connection->FindAttrDef(key.c_str());
-    if (found == nullptr) return PDMResultT();
-    if (PDMc_LAD* definition = LDBObjectAs<PDMc_LAD>(found, true))
-        version->UnsetAttribute(definition);
+    if (PDMc_LAD* definition = PDMFindAttrDef(version, name)) version->UnsetAttribute(definition);
     return PDMResultT();
 }
 
@@ -490,6 +481,27 @@ int PDMWSPIIsCurrWSPIVFileModified(WSPIHandle item, int* modified) {
 int PDMWSPIIsCurrWSPIVFileRepository(WSPIHandle item, int* repository) {
     PDM_FORWARD("PDMWSPIIsCurrWSPIVFileRepository", PDMWSPIVFileIsRepository, *repository = 0,
                 repository);
+}
+
+int PDMWSPIGetCurrWSPIVDependencies(WSPIHandle item, CursorHandle* cursor) {
+    PDM_FORWARD("PDMWSPIGetCurrWSPIVDependencies", PDMWSPIVGetDependencies, *cursor = nullptr,
+                cursor);
+}
+
+int PDMWSPIGetCurrWSPIVDependenciesToAsStoredChildName(WSPIHandle item, const char* name,
+                                                       CursorHandle* cursor) {
+    PDM_FORWARD("PDMWSPIGetCurrWSPIVDependenciesToAsStoredChildName",
+                PDMWSPIVGetDependenciesToAsStoredChildName, *cursor = nullptr, name, cursor);
+}
+
+int PDMWSPISelectCurrWSPIVDependenciesToChildName(WSPIHandle item, const char* childName,
+                                                  const char* depClass, int depType,
+                                                  const char* attrName,
+                                                  const PDMAttrValue* attrValue,
+                                                  CursorHandle* cursor) {
+    PDM_FORWARD("PDMWSPISelectCurrWSPIVDependenciesToChildName",
+                PDMWSPIVSelectDependenciesToChildName, *cursor = nullptr, childName, depClass,
+                depType, attrName, attrValue, cursor);
 }
 
 #undef PDM_FORWARD

@@ -49,17 +49,9 @@ int ReadFlag(WSPIVHandle handle, const char* exportName, int* flag, FlagMember m
                        [member](PDMc_WSPIV* version) { return (version->*member)() ? 1 : 0; });
 }
 
-// The definition of an attribute name, null (and no error) for a name the database never had.
-PDMc_LAD* FindDefinition(PDMc_WSPIV* version, const char* name) {
-    PDMc_LDB* connection = PDMc_LDB::FromOwner(version->GetOwner());
-    if (connection == nullptr) return nullptr;
-    nyxString key(name);
-    return LDBObjectAs<PDMc_LAD>(connection->FindAttrDef(key.c_str()));
-}
-
 // The version's value of an attribute name, null when it has none.
 PDMc_LAV* FindValue(PDMc_WSPIV* version, const char* name) {
-    PDMc_LAD* definition = FindDefinition(version, name);
+    PDMc_LAD* definition = PDMFindAttrDef(version, name);
     return definition != nullptr ? version->GetAttribute(definition) : nullptr;
 }
 

@@ -166,6 +166,22 @@ PDMc_WSPIV* PDMc_WSPI::ModifiedWSPIV(PDMc_WSPIV* version) {
     return copy;
 }
 
+PDMc_WSD* PDMc_WSPI::AddDependency(PDMc_LPI* child, PDMc_WSDD* definition) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::AddDependency");
+    return version != nullptr ? version->AddDependency(child, definition) : nullptr;
+}
+
+int32_t PDMc_WSPI::DeleteDependency(PDMc_WSD* dependency) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DeleteDependency");
+    return version != nullptr ? version->DeleteDependency(dependency) : nyxErrorCurrentCode();
+}
+
+int32_t PDMc_WSPI::DeleteDependencyKeepLPI(PDMc_WSD* dependency) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DeleteDependencyKeepLPI");
+    return version != nullptr ? version->DeleteDependencyKeepLPI(dependency)
+                              : nyxErrorCurrentCode();
+}
+
 int32_t PDMc_WSPI::MarkModifiedInLibrary() {
     PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::MarkModifiedInLibrary");
     if (version == nullptr) return nyxErrorCurrentCode();

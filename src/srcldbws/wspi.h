@@ -16,6 +16,8 @@ class PDMc_LPI;
 class PDMc_LPITD;
 class PDMc_LUFI;
 class PDMc_WS;
+class PDMc_WSD;
+class PDMc_WSDD;
 class PDMc_WSPIV;
 class nyxCollection;
 
@@ -63,6 +65,12 @@ public:
     // current frame when `version` belongs to an earlier one. Null after a failure; only the
     // current version may be written.
     PDMc_WSPIV* ModifiedWSPIV(PDMc_WSPIV* version);
+    // The dependency operations of the current version; a deleted item has none and reports
+    // 110 with the operation's name.
+    PDMc_WSD* AddDependency(PDMc_LPI* child, PDMc_WSDD* definition);
+    int32_t DeleteDependency(PDMc_WSD* dependency);
+    int32_t DeleteDependencyKeepLPI(PDMc_WSD* dependency);
+
     // Raises the modified state of a library member's current version; 2600 for an item
     // outside any library.
     int32_t MarkModifiedInLibrary();

@@ -1,5 +1,6 @@
 #include "srcldbws/wspiv.h"
 
+#include <cstring>
 #include <new>
 
 #include "btkdaytime.h"
@@ -518,6 +519,91 @@ PDMc_LDBArray* PDMc_WSPIV::GetUnsetAttrDefs() {
 // Dependencies
 
 PDMc_LDBArray* PDMc_WSPIV::GetDependencies() { return LDBTargetAs<PDMc_LDBArray>(m_dependencies); }
+
+bool PDMc_WSPIV::DependencyIndex(PDMc_WSD* dependency, uint32_t& index) {
+    PDMc_LDBArray* dependencies = m_dependencies.IsNull() ? nullptr : GetDependencies();
+    if (dependencies == nullptr) return false;
+    for (uint32_t i = 0; i < dependencies->GetCount(); ++i) {
+        if (dependencies->ObjectAt(i) == dependency) {
+            index = i;
+            return true;
+        }
+    }
+    return false;
+}
+
+PDMc_WSD* PDMc_WSPIV::AddDependency(PDMc_LPI* child, PDMc_WSDD* definition) {
+    PDMc_WSPIV* writable = ForModification();
+    if (writable == nullptr) return nullptr;
+    PDMc_WSD* dependency = PDMc_WSD::Create(writable, child, definition);
+    if (dependency == nullptr) return nullptr;
+    if (writable->m_dependencies.IsNull()) {
+        PDMc_LDBArray* made = new (std::nothrow) PDMc_LDBArray(GetOwner());
+        if (made == nullptr) return NoMemory<PDMc_WSD>("no memory for a dependency list");
+        writable->m_dependencies = made;
+    }
+    PDMc_LDBArray* dependencies = writable->GetDependencies();
+    if (dependencies == nullptr) return nullptr;
+    if (!dependencies->Append(dependency)) return NoMemory<PDMc_WSD>("no memory");
+    writable->m_is_modified |= kDependenciesModified;
+    return dependency;
+}
+
+int32_t PDMc_WSPIV::RemoveDependency(PDMc_WSD* dependency, const char* operation,
+                                     PDMc_LPI*& child) {
+    uint32_t index = 0;
+    if (!DependencyIndex(dependency, index)) return NYX_INTERNAL_ERROR(operation, kSourcePath);
+    PDMc_WSPIV* writable = ForModification();
+    if (writable == nullptr) return nyxErrorCurrentCode();
+    child = dependency->GetChildPI();
+    if (child == nullptr) return nyxErrorCurrentCode();
+    // A fresh copy holds the twin at the same index, so the index names the right object.
+    PDMc_LDBArray* dependencies = writable->GetDependencies();
+    if (dependencies == nullptr) return nyxErrorCurrentCode();
+    if (!dependencies->RemoveAt(index)) return NYX_INTERNAL_ERROR(operation, kSourcePath);
+    writable->m_is_modified |= kDependenciesModified;
+    // The object itself stays: the versions of earlier states may still list it.
+    return 0;
+}
+
+int32_t PDMc_WSPIV::DeleteDependency(PDMc_WSD* dependency) {
+    PDMc_LPI* child = nullptr;
+    if (int32_t rc = RemoveDependency(dependency, "PDMc_WSPIV::DeleteDependency", child))
+        return rc;
+    PDMc_WS* workspace = GetWS();
+    if (workspace == nullptr) return nyxErrorCurrentCode();
+    // A deleted item whose last user this was leaves the frame, and its name comes free.
+    return workspace->CleanLPI(child);
+}
+
+int32_t PDMc_WSPIV::DeleteDependencyKeepLPI(PDMc_WSD* dependency) {
+    PDMc_LPI* child = nullptr;
+    return RemoveDependency(dependency, "PDMc_WSPIV::DeleteDependencyKeepLPI", child);
+}
+
+PDMc_WSD* PDMc_WSPIV::DependencyForModification(PDMc_WSD* dependency) {
+    uint32_t index = 0;
+    if (!DependencyIndex(dependency, index)) return nullptr;
+    PDMc_WSPIV* writable = ForModification();
+    if (writable == nullptr) return nullptr;
+    PDMc_LDBArray* dependencies = writable->GetDependencies();
+    if (dependencies == nullptr) return nullptr;
+    return LDBObjectAs<PDMc_WSD>(dependencies->ObjectAt(index), true);
+}
+
+int32_t PDMc_WSPIV::GetDependenciesToStoredName(const char* name, nyxCollection& out) {
+    out.Clear();
+    if (m_dependencies.IsNull()) return 0;
+    PDMc_LDBArray* dependencies = GetDependencies();
+    if (dependencies == nullptr) return nyxErrorCurrentCode();
+    nyxString wanted(name);
+    return LDBForEachElement<PDMc_WSD>(*dependencies, [&](PDMc_WSD* dependency) {
+        if (std::strcmp(dependency->GetAsStoredChildName().c_str(), wanted.c_str()) != 0) return 0;
+        void* element = dependency;
+        out.Insert(&element);
+        return 0;
+    });
+}
 
 int32_t PDMc_WSPIV::GetDependenciesToChild(PDMc_LPI* lpi, nyxCollection& out) {
     out.Clear();

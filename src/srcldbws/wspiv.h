@@ -27,6 +27,8 @@ class PDMc_LPI;
 class PDMc_LPITD;
 class PDMc_LUF;
 class PDMc_WS;
+class PDMc_WSD;
+class PDMc_WSDD;
 class PDMc_WSPI;
 class nyxCollection;
 
@@ -80,6 +82,8 @@ public:
     int32_t GetSourceVersion() const { return m_source_version; }
     int32_t GetModCount() const { return m_mod_count; }
     bool IsModified() const { return m_is_modified != 0; }
+    // The flag bits behind IsModified: bit 0 for a write of the data, kDependenciesModified.
+    uint8_t GetModifiedState() const { return m_is_modified; }
     bool IsInstance() const { return m_is_instance; }
     bool HasInstances() const { return m_has_instances; }
     bool IsLibraryMember() const { return m_is_instance || m_has_instances; }
@@ -137,9 +141,27 @@ public:
     // The definitions unset in this version, in order; null if there were none.
     PDMc_LDBArray* GetUnsetAttrDefs();
 
+    // Bit 1 of the modified state: the dependency list was changed. It is raised even while
+    // the workspace's automatic raising is off.
+    static constexpr uint8_t kDependenciesModified = 2;
+
+    // A new dependency at the end of the writable version's list; each call adds one, also
+    // for a child and definition the list has already. Null after a failure.
+    PDMc_WSD* AddDependency(PDMc_LPI* child, PDMc_WSDD* definition);
+    // Takes the dependency out of the writable version's list, then lets the workspace clean
+    // up the child's identity, whose result is the result. A dependency this version doesn't
+    // list (one taken before a copy, say) is an internal error.
+    int32_t DeleteDependency(PDMc_WSD* dependency);
+    // The same, but the child's identity stays in the frame, used or not.
+    int32_t DeleteDependencyKeepLPI(PDMc_WSD* dependency);
+    // The twin of one of this version's dependencies in the writable version; null with no
+    // error when this version doesn't list it, null with an error when it may not be written.
+    PDMc_WSD* DependencyForModification(PDMc_WSD* dependency);
     // Clears `out`, then adds every dependency of this version on the identity, in order.
     // 0, or the code of a failure.
     int32_t GetDependenciesToChild(PDMc_LPI* lpi, nyxCollection& out);
+    // Clears `out`, then adds every dependency whose stored child name is exactly `name`.
+    int32_t GetDependenciesToStoredName(const char* name, nyxCollection& out);
     // The dependencies, null if the version has no array.
     PDMc_LDBArray* GetDependencies();
 
@@ -157,6 +179,10 @@ private:
     int32_t QueueDeleteUnlessHeld(PDMc_LF* file);
     // The index of the file in m_files; false if it isn't there.
     bool PositionOf(PDMc_LF* file, uint32_t& position);
+    // The index of the dependency in m_dependencies; false if it isn't there.
+    bool DependencyIndex(PDMc_WSD* dependency, uint32_t& index);
+    // The common steps of both deletions; `child` gets the removed dependency's identity.
+    int32_t RemoveDependency(PDMc_WSD* dependency, const char* operation, PDMc_LPI*& child);
 
     PDMc_LDBRef m_workspace;
     nyxString m_description;

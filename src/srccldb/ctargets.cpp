@@ -1,0 +1,26 @@
+#include "ctargets.h"
+
+#include "nyxstring.h"
+#include "srcldb/ldbattr.h"
+#include "srcldb/ldbconnection.h"
+
+PDMc_LAD* PDMFindAttrDef(PDMc_LDBObject* object, const char* name) {
+    PDMc_LDB* connection = PDMc_LDB::FromOwner(object->GetOwner());
+    if (connection == nullptr) return nullptr;
+    nyxString key(name);
+    return LDBObjectAs<PDMc_LAD>(connection->FindAttrDef(key.c_str()));
+}
+
+PDMc_LAD* PDMFindOrCreateAttrDef(PDMc_LDBObject* object, const char* name) {
+    PDMc_LDB* connection = PDMc_LDB::FromOwner(object->GetOwner());
+    if (connection == nullptr) {
+        nyxErrorPushInternal("an object without a connection", "srccldb/ctargets", __LINE__);
+        return nullptr;
+    }
+    // The name may live in a value that the creation moves.
+    nyxString key(name);
+    PDMc_LDBObject* found = connection->FindAttrDef(key.c_str());
+    // The creation's duplicate error can't arise: the name was just looked up.
+    if (found == nullptr) found = connection->CreateAttrDef(key.c_str());
+    return LDBObjectAs<PDMc_LAD>(found, true);
+}
