@@ -53,7 +53,14 @@ PDMc_WSDD* DependencyDefinition(PDMc_LDBObject* object, const char* depClass, in
     nyxString text(depClass);
     PDMc_LDBObject* found = connection->FindDepDef(text.c_str(), depType);
     if (found == nullptr) found = connection->CreateDepDef(text.c_str(), depType);
-    return LDBObjectAs<PDMc_WSDD>(found, true);
+    PDMc_WSDD* definition = LDBObjectAs<PDMc_WSDD>(found, true);
+    // The key is cut at its buffer's size: a class text that long could find another class's
+    // definition, and is refused.
+    if (definition != nullptr && definition->GetClass() != text) {
+        nyxErrorPushInternal("a dependency class too long for its key", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    return definition;
 }
 
 // The common steps of both adds; `findChild` gives the child's identity, or null to add
