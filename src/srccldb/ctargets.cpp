@@ -3,6 +3,7 @@
 #include "nyxstring.h"
 #include "srcldb/ldbattr.h"
 #include "srcldb/ldbconnection.h"
+#include "srcldb/ldbcontainer.h"
 
 PDMc_LAD* PDMFindAttrDef(PDMc_LDBObject* object, const char* name) {
     PDMc_LDB* connection = PDMc_LDB::FromOwner(object->GetOwner());
@@ -23,4 +24,17 @@ PDMc_LAD* PDMFindOrCreateAttrDef(PDMc_LDBObject* object, const char* name) {
     // The creation's duplicate error can't arise: the name was just looked up.
     if (found == nullptr) found = connection->CreateAttrDef(key.c_str());
     return LDBObjectAs<PDMc_LAD>(found, true);
+}
+
+int32_t PDMAttributeNames(nyxCollection& values, int* count, const char** names) {
+    int index = 0;
+    int32_t rc = LDBForEachElement<PDMc_LAV>(values, [&](PDMc_LAV* value) {
+        PDMc_LAD* definition = value->GetAttrDef();
+        if (definition == nullptr) return nyxErrorCurrentCode();
+        if (names != nullptr) names[index] = definition->GetName().c_str();
+        ++index;
+        return 0;
+    });
+    *count = index;
+    return rc;
 }

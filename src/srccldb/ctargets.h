@@ -11,6 +11,7 @@
 #include "srcldb/ldbobject.h"
 
 class PDMc_LAD;
+class nyxCollection;
 
 // The object behind a handle, if it is of the class the handle's kind promises. A null handle
 // is error 110 with the export's name and the kind text; a handle to an object of another class
@@ -44,3 +45,7 @@ PDMc_LAD* PDMFindAttrDef(PDMc_LDBObject* object, const char* name);
 // The same, made for a name the database doesn't have yet: what every attribute writer needs.
 // Null after a failure.
 PDMc_LAD* PDMFindOrCreateAttrDef(PDMc_LDBObject* object, const char* name);
+// The two-phase list of attribute names: `*count` gets the number of PDMc_LAV values in the
+// collection, and `names`, if not null, their definitions' names in its order. 0, or the code of
+// a failure, with the names read up to it counted.
+int32_t PDMAttributeNames(nyxCollection& values, int* count, const char** names);

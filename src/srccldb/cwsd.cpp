@@ -102,16 +102,7 @@ int PDMWSDependencyGetAttributeNames(WSDependencyHandle dependency, int* count,
     *count = 0;
     PDMc_WSD* d = Dependency(dependency, "PDMWSDependencyGetAttributeNames");
     PDMc_LDBMap* values = d != nullptr ? d->GetAttrValues() : nullptr;
-    if (values == nullptr) return PDMResultT();
-    int index = 0;
-    LDBForEachElement<PDMc_LAV>(*values, [&](PDMc_LAV* found) {
-        PDMc_LAD* definition = found->GetAttrDef();
-        if (definition == nullptr) return nyxErrorCurrentCode();
-        if (names != nullptr) names[index] = definition->GetName().c_str();
-        ++index;
-        return 0;
-    });
-    *count = index;
+    if (values != nullptr) PDMAttributeNames(*values, count, names);
     return PDMResultT();
 }
 

@@ -277,15 +277,7 @@ int PDMWSPIVGetAttributeNames(WSPIVHandle version, int* count, const char** name
     if (v == nullptr) return PDMResultT();
     nyxSingleListOf<void*> values;
     if (v->GetAttributeNames(values) != 0) return PDMResultT();
-    int index = 0;
-    LDBForEachElement<PDMc_LAV>(values, [&](PDMc_LAV* value) {
-        PDMc_LAD* definition = value->GetAttrDef();
-        if (definition == nullptr) return nyxErrorCurrentCode();
-        if (names != nullptr) names[index] = definition->GetName().c_str();
-        ++index;
-        return 0;
-    });
-    *count = index;
+    PDMAttributeNames(values, count, names);
     return PDMResultT();
 }
 

@@ -35,6 +35,18 @@ T* NoMemory(const char* what) {
 
 PDMc_LDB* ConnectionOf(PDMc_LDBObject* object) { return PDMc_LDB::FromOwner(object->GetOwner()); }
 
+// The first index of the object in the array, by object; false when it isn't there or there is
+// no array.
+bool IndexIn(PDMc_LDBArray* array, PDMc_LDBObject* object, uint32_t& index) {
+    for (uint32_t i = 0; array != nullptr && i < array->GetCount(); ++i) {
+        if (array->ObjectAt(i) == object) {
+            index = i;
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 PDMc_WSPIV::PDMc_WSPIV() = default;
@@ -294,15 +306,7 @@ PDMc_LF* PDMc_WSPIV::FirstFile() {
 }
 
 bool PDMc_WSPIV::PositionOf(PDMc_LF* file, uint32_t& position) {
-    PDMc_LDBArray* files = m_files.IsNull() ? nullptr : GetFiles();
-    if (files == nullptr) return false;
-    for (uint32_t i = 0; i < files->GetCount(); ++i) {
-        if (files->ObjectAt(i) == file) {
-            position = i;
-            return true;
-        }
-    }
-    return false;
+    return IndexIn(m_files.IsNull() ? nullptr : GetFiles(), file, position);
 }
 
 int32_t PDMc_WSPIV::QueueDeleteUnlessHeld(PDMc_LF* file) {
@@ -521,15 +525,7 @@ PDMc_LDBArray* PDMc_WSPIV::GetUnsetAttrDefs() {
 PDMc_LDBArray* PDMc_WSPIV::GetDependencies() { return LDBTargetAs<PDMc_LDBArray>(m_dependencies); }
 
 bool PDMc_WSPIV::DependencyIndex(PDMc_WSD* dependency, uint32_t& index) {
-    PDMc_LDBArray* dependencies = m_dependencies.IsNull() ? nullptr : GetDependencies();
-    if (dependencies == nullptr) return false;
-    for (uint32_t i = 0; i < dependencies->GetCount(); ++i) {
-        if (dependencies->ObjectAt(i) == dependency) {
-            index = i;
-            return true;
-        }
-    }
-    return false;
+    return IndexIn(m_dependencies.IsNull() ? nullptr : GetDependencies(), dependency, index);
 }
 
 PDMc_WSD* PDMc_WSPIV::AddDependency(PDMc_LPI* child, PDMc_WSDD* definition) {

@@ -17,24 +17,14 @@ using testsupport::StackCodes;
 
 namespace {
 
-class Dependencies : public testsupport::CleanStackTest {
+class Dependencies : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
-        CleanStackTest::SetUp();
-        ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+        DatabaseTest::SetUp();
         ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", dir.File("ws").c_str(), "", &ws), 0);
         assembly = Create("asm");
         bolt = Create("bolt");
         nut = Create("nut");
-    }
-    void TearDown() override {
-        testsupport::ClearErrors();
-        int inProgress = 0;
-        if (ldb != nullptr && PDMIsLDBTransactionInProgress(ldb, &inProgress) == 0 && inProgress)
-            PDMLDBAbortTransaction(ldb);
-        if (ldb != nullptr) PDMLDBDisconnect(ldb);
-        CleanStackTest::TearDown();
     }
     WSPIHandle Create(const char* name) {
         WSPIHandle item = nullptr;
@@ -46,14 +36,9 @@ protected:
         EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0);
         return item;
     }
-    // Commits, disconnects and connects anew, so that everything is read back from the file.
     void Reopen() {
-        ASSERT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBDisconnect(ldb), 0);
-        ldb = nullptr;
-        ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
-        ASSERT_EQ(PDMLDBGetWorkspaceByName(ldb, "ws", &ws), 0);
+        ws = DatabaseTest::Reopen("ws");
+        ASSERT_NE(ws, nullptr);
         assembly = Find("asm");
         bolt = Find("bolt");
         nut = Find("nut");
@@ -109,9 +94,6 @@ protected:
         return record;
     }
 
-    testsupport::TempDir dir;
-    std::string path = dir.File("deps.ldb");
-    LDBHandle ldb = nullptr;
     WorkspaceHandle ws = nullptr;
     WSPIHandle assembly = nullptr;
     WSPIHandle bolt = nullptr;

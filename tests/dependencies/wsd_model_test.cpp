@@ -22,12 +22,10 @@ using testsupport::StackCodes;
 
 namespace {
 
-class DependencyModel : public testsupport::CleanStackTest {
+class DependencyModel : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
-        CleanStackTest::SetUp();
-        ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+        DatabaseTest::SetUp();
         WorkspaceHandle handle = nullptr;
         ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", dir.File("ws").c_str(), "", &handle), 0);
         ws = reinterpret_cast<PDMc_WS*>(handle);
@@ -36,14 +34,6 @@ protected:
         definition = static_cast<PDMc_WSDD*>(
             PDMc_LDB::FromOwner(ws->GetOwner())->CreateDepDef("uses", 1));
         ASSERT_NE(definition, nullptr);
-    }
-    void TearDown() override {
-        testsupport::ClearErrors();
-        if (ldb != nullptr) {
-            PDMLDBAbortTransaction(ldb);
-            PDMLDBDisconnect(ldb);
-        }
-        CleanStackTest::TearDown();
     }
     // An item with a repository id, bound in the current frame as a fetch would bind it.
     PDMc_WSPI* Fetched(const char* name, uint32_t piid) {
@@ -60,20 +50,12 @@ protected:
         return item;
     }
     void Reconnect() {
-        ASSERT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBDisconnect(ldb), 0);
-        ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
-        WorkspaceHandle handle = nullptr;
-        ASSERT_EQ(PDMLDBGetWorkspaceByName(ldb, "ws", &handle), 0);
-        ws = reinterpret_cast<PDMc_WS*>(handle);
+        ws = reinterpret_cast<PDMc_WS*>(Reopen("ws"));
+        ASSERT_NE(ws, nullptr);
         assembly = ws->FindWSPI("asm");
         ASSERT_NE(assembly, nullptr);
     }
 
-    testsupport::TempDir dir;
-    std::string path = dir.File("model.ldb");
-    LDBHandle ldb = nullptr;
     PDMc_WS* ws = nullptr;
     PDMc_WSPI* assembly = nullptr;
     PDMc_WSDD* definition = nullptr;

@@ -38,35 +38,19 @@ std::vector<void*> Drain(CursorHandle cursor) {
     return out;
 }
 
-class Items : public testsupport::CleanStackTest {
+class Items : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
-        CleanStackTest::SetUp();
-        ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+        DatabaseTest::SetUp();
         ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", wsDir.c_str(), "work", &ws), 0) << DescribeTop();
-    }
-    void TearDown() override {
-        testsupport::ClearErrors();
-        int inProgress = 0;
-        if (ldb != nullptr && PDMIsLDBTransactionInProgress(ldb, &inProgress) == 0 && inProgress)
-            PDMLDBAbortTransaction(ldb);
-        if (ldb != nullptr) PDMLDBDisconnect(ldb);
-        CleanStackTest::TearDown();
     }
     WSPIHandle Create(const char* name, const char* type = "Part") {
         WSPIHandle item = nullptr;
         EXPECT_EQ(PDMWorkspaceCreatePI(ws, name, type, &item), 0) << DescribeTop();
         return item;
     }
-    // Commits, disconnects and connects anew, so that everything is read back from the file.
     void Reopen() {
-        ASSERT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBDisconnect(ldb), 0);
-        ldb = nullptr;
-        ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
-        ASSERT_EQ(PDMLDBGetWorkspaceByName(ldb, "ws", &ws), 0);
+        ws = DatabaseTest::Reopen("ws");
         ASSERT_NE(ws, nullptr);
     }
     void Commit() {
@@ -121,10 +105,7 @@ protected:
         return value;
     }
 
-    testsupport::TempDir dir;
-    std::string path = dir.File("items.ldb");
     std::string wsDir = dir.File("ws");
-    LDBHandle ldb = nullptr;
     WorkspaceHandle ws = nullptr;
 };
 

@@ -22,31 +22,18 @@ using testsupport::StackCodes;
 
 namespace {
 
-class ItemModel : public testsupport::CleanStackTest {
+class ItemModel : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
-        CleanStackTest::SetUp();
-        ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+        DatabaseTest::SetUp();
         WorkspaceHandle handle = nullptr;
         ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", dir.File("ws").c_str(), "", &handle), 0);
         ws = reinterpret_cast<PDMc_WS*>(handle);
         item = ws->CreateNewPI("gear", nullptr, "gear.prt");
         ASSERT_NE(item, nullptr) << DescribeTop();
     }
-    void TearDown() override {
-        testsupport::ClearErrors();
-        if (ldb != nullptr) {
-            PDMLDBAbortTransaction(ldb);
-            PDMLDBDisconnect(ldb);
-        }
-        CleanStackTest::TearDown();
-    }
     PDMc_LUFI* Record() { return item->GetLPI()->GetLUFI(); }
 
-    testsupport::TempDir dir;
-    std::string path = dir.File("model.ldb");
-    LDBHandle ldb = nullptr;
     PDMc_WS* ws = nullptr;
     PDMc_WSPI* item = nullptr;
 };

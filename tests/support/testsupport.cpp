@@ -77,4 +77,30 @@ void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& b
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
+void DatabaseTest::SetUp() {
+    CleanStackTest::SetUp();
+    ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
+    ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+}
+
+void DatabaseTest::TearDown() {
+    ClearErrors();
+    int inProgress = 0;
+    if (ldb != nullptr && PDMIsLDBTransactionInProgress(ldb, &inProgress) == 0 && inProgress)
+        PDMLDBAbortTransaction(ldb);
+    if (ldb != nullptr) PDMLDBDisconnect(ldb);
+    CleanStackTest::TearDown();
+}
+
+WorkspaceHandle DatabaseTest::Reopen(const char* workspaceName) {
+    EXPECT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
+    EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
+    ldb = nullptr;
+    EXPECT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << DescribeTop();
+    EXPECT_EQ(PDMLDBStartTransaction(ldb), 0);
+    WorkspaceHandle ws = nullptr;
+    EXPECT_EQ(PDMLDBGetWorkspaceByName(ldb, workspaceName, &ws), 0);
+    return ws;
+}
+
 }  // namespace testsupport

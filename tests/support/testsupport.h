@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "marrows/marrows.h"
+
 struct nyxError;
 
 namespace testsupport {
@@ -46,6 +48,21 @@ class CleanStackTest : public ::testing::Test {
 protected:
     void SetUp() override { ClearErrors(); }
     void TearDown() override { ClearErrors(); }
+};
+
+// A new database in a temporary directory, with a transaction open from the start; whatever
+// the test leaves open is aborted, and the connection closed.
+class DatabaseTest : public CleanStackTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    // Commits, disconnects and connects anew, so that everything is read back from the file,
+    // and starts a transaction. The workspace of the name, or null.
+    WorkspaceHandle Reopen(const char* workspaceName);
+
+    TempDir dir;
+    std::string path = dir.File("test.ldb");
+    LDBHandle ldb = nullptr;
 };
 
 }  // namespace testsupport

@@ -21,21 +21,8 @@ using testsupport::StackCodes;
 
 namespace {
 
-class Workspaces : public testsupport::CleanStackTest {
+class Workspaces : public testsupport::DatabaseTest {
 protected:
-    void SetUp() override {
-        CleanStackTest::SetUp();
-        ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0) << DescribeTop();
-        ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
-    }
-    void TearDown() override {
-        testsupport::ClearErrors();
-        int inProgress = 0;
-        if (ldb != nullptr && PDMIsLDBTransactionInProgress(ldb, &inProgress) == 0 && inProgress)
-            PDMLDBAbortTransaction(ldb);
-        if (ldb != nullptr) PDMLDBDisconnect(ldb);
-        CleanStackTest::TearDown();
-    }
     WorkspaceHandle Create(const char* name, const char* description = "work") {
         WorkspaceHandle ws = nullptr;
         EXPECT_EQ(PDMWorkspaceCreate(ldb, name, Dir(name).c_str(), description, &ws), 0)
@@ -43,17 +30,6 @@ protected:
         return ws;
     }
     std::string Dir(const char* name) const { return dir.File(std::string("ws_") + name); }
-    // Commits, disconnects and connects anew, so that everything is read back from the file.
-    WorkspaceHandle Reopen(const char* name) {
-        EXPECT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
-        EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
-        ldb = nullptr;
-        EXPECT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << DescribeTop();
-        EXPECT_EQ(PDMLDBStartTransaction(ldb), 0);
-        WorkspaceHandle ws = nullptr;
-        EXPECT_EQ(PDMLDBGetWorkspaceByName(ldb, name, &ws), 0);
-        return ws;
-    }
     // State count, current state number, can undo, can redo.
     std::vector<int> Position(WorkspaceHandle ws) {
         int count = -1, number = -1, undo = -1, redo = -1;
@@ -83,9 +59,6 @@ protected:
         return ws;
     }
 
-    testsupport::TempDir dir;
-    std::string path = dir.File("ws.ldb");
-    LDBHandle ldb = nullptr;
 };
 
 TEST_F(Workspaces, NewWorkspaceKeepsItsFieldsAcrossReconnect) {
