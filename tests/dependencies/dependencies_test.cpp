@@ -21,7 +21,8 @@ class Dependencies : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
         DatabaseTest::SetUp();
-        ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", dir.File("ws").c_str(), "", &ws), 0);
+        ws = CreateWorkspace("ws");
+        ASSERT_NE(ws, nullptr);
         assembly = Create("asm");
         bolt = Create("bolt");
         nut = Create("nut");

@@ -26,9 +26,8 @@ class ItemModel : public testsupport::DatabaseTest {
 protected:
     void SetUp() override {
         DatabaseTest::SetUp();
-        WorkspaceHandle handle = nullptr;
-        ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", dir.File("ws").c_str(), "", &handle), 0);
-        ws = reinterpret_cast<PDMc_WS*>(handle);
+        ws = reinterpret_cast<PDMc_WS*>(CreateWorkspace("ws"));
+        ASSERT_NE(ws, nullptr);
         item = ws->CreateNewPI("gear", nullptr, "gear.prt");
         ASSERT_NE(item, nullptr) << DescribeTop();
     }

@@ -103,4 +103,10 @@ WorkspaceHandle DatabaseTest::Reopen(const char* workspaceName) {
     return ws;
 }
 
+WorkspaceHandle DatabaseTest::CreateWorkspace(const char* name) {
+    WorkspaceHandle ws = nullptr;
+    EXPECT_EQ(PDMWorkspaceCreate(ldb, name, dir.File(name).c_str(), "", &ws), 0) << DescribeTop();
+    return ws;
+}
+
 }  // namespace testsupport

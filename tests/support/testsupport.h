@@ -59,6 +59,8 @@ protected:
     // Commits, disconnects and connects anew, so that everything is read back from the file,
     // and starts a transaction. The workspace of the name, or null.
     WorkspaceHandle Reopen(const char* workspaceName);
+    // A workspace of the name, its directory of the same name under dir; null after a failure.
+    WorkspaceHandle CreateWorkspace(const char* name);
 
     TempDir dir;
     std::string path = dir.File("test.ldb");
