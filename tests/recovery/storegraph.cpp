@@ -251,7 +251,9 @@ private:
             case LDBMemberFamily::kUInt64: m_out << "-"; break;
             case LDBMemberFamily::kFloat: m_out << *static_cast<float*>(field); break;
             case LDBMemberFamily::kDouble: m_out << *static_cast<double*>(field); break;
-            case LDBMemberFamily::kBoolean: m_out << *static_cast<bool*>(field); break;
+            // A boolean member keeps the byte it was stored with, which a damaged file may
+            // make any value.
+            case LDBMemberFamily::kBoolean: m_out << int(*static_cast<uint8_t*>(field)); break;
             case LDBMemberFamily::kString:
                 m_out << "'" << static_cast<nyxString*>(field)->c_str() << "'";
                 break;
