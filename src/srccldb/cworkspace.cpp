@@ -150,6 +150,16 @@ int PDMWorkspaceGetModifiedWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
     });
 }
 
+int PDMWorkspaceGetModifiedLILs(WorkspaceHandle ws, CursorHandle* cursor) {
+    PDMCallFrame frame("PDMWorkspaceGetModifiedLILs");
+    *cursor = nullptr;
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceGetModifiedLILs");
+    if (workspace == nullptr) return PDMResultT();
+    return PDMListCursor(cursor, [workspace](PDMPointerList& list) {
+        return workspace->GetLILsByModified(true, list);
+    });
+}
+
 int PDMWorkspaceGetUnmodifiedWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
     PDMCallFrame frame("PDMWorkspaceGetUnmodifiedWSPIs");
     *cursor = nullptr;

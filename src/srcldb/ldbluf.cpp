@@ -152,6 +152,21 @@ int32_t PDMc_LUF::AddWSPI(PDMc_WSPI* item, PDMc_WSPIV* version) {
     return record->AcquireWSPI(item, version);
 }
 
+int32_t PDMc_LUF::AddLIL(const char* name, uint32_t id, PDMc_LIL* library,
+                         PDMc_LILV* version) {
+    if (library->GetWS() != GetWS()) return NYX_INTERNAL_ERROR("PDMc_LUF::AddLIL", kSourcePath);
+    PDMc_LDBMap* libraries = GetLibraryItems();
+    if (libraries == nullptr) return nyxErrorCurrentCode();
+    PDMc_LUFLI* record = new (std::nothrow) PDMc_LUFLI(this, name, id, library, version);
+    if (record == nullptr) return NYX_INTERNAL_ERROR("no memory for a frame record", kSourcePath);
+    library->SetLUFLI(record);
+    libraries->RemoveName(name);
+    libraries->Put(name, record);
+    MarkModified();
+    version->SetCreatingFrame(this);
+    return 0;
+}
+
 namespace {
 
 // The steps that ModifiedFrameItem and ModifiedLUFLIItem share, on the frame's map of the
@@ -252,6 +267,12 @@ PDMc_LUFI* PDMc_LUF::FindItemOfLPI(PDMc_LPI* lpi) {
     // A copy: the name belongs to a record that the lookup may load over.
     nyxString name(lpi->GetName());
     return FindItem(name.c_str());
+}
+
+PDMc_LUFLI* PDMc_LUF::FindLibraryItemOfLIL(PDMc_LIL* lil) {
+    // A copy: the name belongs to a record that the lookup may load over.
+    nyxString name(lil->GetName());
+    return FindLibraryItem(name.c_str());
 }
 
 int32_t PDMc_LUF::GetLPIs(nyxCollection& out) {

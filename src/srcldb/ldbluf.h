@@ -18,6 +18,7 @@
 
 class PDMc_LDBMap;
 class PDMc_LIL;
+class PDMc_LILV;
 class PDMc_LPI;
 class PDMc_LPITD;
 class PDMc_LUFI;
@@ -61,6 +62,9 @@ public:
     // Binds a new item and its first version to the record of the item's identity. The item
     // must be of this frame's workspace.
     int32_t AddWSPI(PDMc_WSPI* item, PDMc_WSPIV* version);
+    // Enters a new library under the name (an entry of that name is replaced) with a new record
+    // that binds the library and its version; the version becomes this frame's.
+    int32_t AddLIL(const char* name, uint32_t id, PDMc_LIL* library, PDMc_LILV* version);
 
     // The record to write for `item` in this frame, which must be the current one. Ends the
     // redo history first. Null after a failure.
@@ -78,6 +82,7 @@ public:
     // The record under the identity's name as of the current state: a frame that holds the item
     // under another name finds nothing.
     PDMc_LUFI* FindItemOfLPI(PDMc_LPI* lpi);
+    PDMc_LUFLI* FindLibraryItemOfLIL(PDMc_LIL* lil);
 
     // Each gives 0, or the code of the failure that stopped it.
     int32_t GetLPIs(nyxCollection& out);

@@ -9,6 +9,7 @@
 #include "srcldb/ldbcontainer.h"
 #include "srcldb/ldblf.h"
 #include "srcldb/ldblil.h"
+#include "srcldb/ldblilv.h"
 #include "srcldb/ldblpi.h"
 #include "srcldb/ldbluf.h"
 #include "srcldb/ldblufi.h"
@@ -157,6 +158,49 @@ PDMc_WSPI* PDMc_WS::CreateNewPI(const char* name, PDMc_LPITD* typeDef, const cha
     return item;
 }
 
+PDMc_LIL* PDMc_WS::CreateNewLIL(const char* name, const char* fileName, nyxCollection& members) {
+    nyxString libraryName(name);
+    nyxString file(fileName);
+    if (FindLIL(libraryName.c_str()) != nullptr) {
+        nyxErrorReport(kErrorNameTaken, libraryName.c_str());
+        return nullptr;
+    }
+    PDMc_LUF* frame = GetCurrentFrame();
+    PDMc_LDB* connection = GetConnection();
+    if (frame == nullptr) return nullptr;
+    if (connection == nullptr) {
+        nyxErrorPushInternal("a workspace without a connection", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    PDMc_LIL* library = PDMc_LIL::Create(this);
+    if (library == nullptr) return nullptr;
+    nyxSingleListOf<void*> files;
+    if (!file.IsEmpty()) {
+        nyxString path = LocalFilePath(file.c_str());
+        PDMc_LF* made = PDMc_LF::Create(connection, path.c_str(), NextFileVersion());
+        if (made == nullptr) return nullptr;
+        Add(files, made);
+    }
+    PDMc_LILV* version = PDMc_LILV::Create(this, library, &files, "");
+    PDMc_LDBArray* memberArray = new (std::nothrow) PDMc_LDBArray(GetOwner());
+    if (version == nullptr) return nullptr;
+    if (memberArray == nullptr) {
+        nyxErrorPushInternal("no memory for a member list", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    int32_t rc = LDBForEachElement<PDMc_WSPI>(members, [memberArray](PDMc_WSPI* item) {
+        return memberArray->Append(item) ? 0 : NYX_INTERNAL_ERROR("no memory", kSourcePath);
+    });
+    if (rc != 0 || version->SetWSPIs(memberArray) != 0) return nullptr;
+    version->SetCreatingFrame(frame);
+    if (frame->AddLIL(libraryName.c_str(), 0, library, version) != 0) return nullptr;
+    return library;
+}
+
+void PDMc_WS::NoteLibraryVersionModified(PDMc_LILV* version) {
+    if (m_auto_set_is_modified) version->SetIsModified(true);
+}
+
 void PDMc_WS::NoteVersionModified(PDMc_WSPIV* version) {
     if (m_auto_set_is_modified) version->SetIsModified();
 }
@@ -172,6 +216,17 @@ int32_t PDMc_WS::GetWSPIsByModified(bool wanted, nyxCollection& out) {
         PDMc_WSPIV* version = item->GetShortcutPIV();
         if (version == nullptr) return nyxErrorCurrentCode();
         if (version->IsModified() == wanted) Add(out, item);
+        return 0;
+    });
+}
+
+int32_t PDMc_WS::GetLILsByModified(bool wanted, nyxCollection& out) {
+    nyxSingleListOf<void*> libraries;
+    if (int32_t rc = GetLILs(libraries)) return rc;
+    return LDBForEachElement<PDMc_LIL>(libraries, [&](PDMc_LIL* library) {
+        PDMc_LILV* version = library->GetCurrentLILV();
+        if (version == nullptr) return nyxErrorCurrentCode();
+        if (version->IsModified() == wanted) Add(out, library);
         return 0;
     });
 }
@@ -206,6 +261,17 @@ int32_t PDMc_WS::GetFrameItemsOfLPI(int32_t last, PDMc_LPI* lpi, nyxCollection& 
         PDMc_LUF* frame = LDBObjectAs<PDMc_LUF>(stack->ObjectAt(static_cast<uint32_t>(n)), true);
         if (frame == nullptr) return nyxErrorCurrentCode();
         if (PDMc_LUFI* record = frame->FindItemOfLPI(lpi)) Add(out, record);
+    }
+    return 0;
+}
+
+int32_t PDMc_WS::GetFrameItemsOfLIL(int32_t last, PDMc_LIL* lil, nyxCollection& out) {
+    PDMc_LDBArray* stack = GetUndoStack();
+    if (stack == nullptr) return nyxErrorCurrentCode();
+    for (int32_t n = 0; n <= last && n < static_cast<int32_t>(stack->GetCount()); ++n) {
+        PDMc_LUF* frame = LDBObjectAs<PDMc_LUF>(stack->ObjectAt(static_cast<uint32_t>(n)), true);
+        if (frame == nullptr) return nyxErrorCurrentCode();
+        if (PDMc_LUFLI* record = frame->FindLibraryItemOfLIL(lil)) Add(out, record);
     }
     return 0;
 }

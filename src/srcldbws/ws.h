@@ -16,6 +16,7 @@ class PDMc_LAV;
 class PDMc_LDB;
 class PDMc_LDBArray;
 class PDMc_LIL;
+class PDMc_LILV;
 class PDMc_LPI;
 class PDMc_LPITD;
 class PDMc_LUF;
@@ -69,6 +70,10 @@ public:
     // one local file of the name unless it is empty. 1901 for a name that the current frame
     // has, also for an item that is deleted but whose identity is used. Null after a failure.
     PDMc_WSPI* CreateNewPI(const char* name, PDMc_LPITD* typeDef, const char* fileName);
+    // A new library with its first version and frame library item in the current frame, the
+    // items of `members` (PDMc_WSPI pointers) as its members, and one local file of the name
+    // unless it is empty. 1901 for a name that the current frame has. Null after a failure.
+    PDMc_LIL* CreateNewLIL(const char* name, const char* fileName, nyxCollection& members);
 
     // Gives out the next modification count; the numbers order all changes of versions.
     int32_t NextModCount() {
@@ -85,6 +90,7 @@ public:
     // Raise the modified state of what was written, unless automatic raising is off.
     void NoteVersionModified(PDMc_WSPIV* version);
     void NoteAttributeModified(PDMc_LAV* value);
+    void NoteLibraryVersionModified(PDMc_LILV* version);
 
     // Gives out the next file version of the workspace. The counter is stored, so it rises
     // only in what is committed, and an aborted file's number may come again.
@@ -104,11 +110,15 @@ public:
     int32_t GetLILs(nyxCollection& out);
     // The live items whose current version's modified state is `wanted`.
     int32_t GetWSPIsByModified(bool wanted, nyxCollection& out);
+    // The libraries whose current version's modified state is `wanted`.
+    int32_t GetLILsByModified(bool wanted, nyxCollection& out);
     // Whether an item could turn to the version: 0, or 2700 / 2702. Changes nothing.
     int32_t CheckRefocus(PDMc_WSPIV* version);
     // The identity's records in the states 0 to `last`, in state order, found under its name
     // of the current state: a state that had the item under another name adds nothing.
     int32_t GetFrameItemsOfLPI(int32_t last, PDMc_LPI* lpi, nyxCollection& out);
+    // The same for a library's records, found under its name of the current state.
+    int32_t GetFrameItemsOfLIL(int32_t last, PDMc_LIL* lil, nyxCollection& out);
     // Takes an identity out of the current frame if neither a live item nor a dependency of a
     // current version needs it.
     int32_t CleanLPI(PDMc_LPI* lpi);

@@ -145,8 +145,14 @@ PDMc_WSPIV* PDMc_WSPI::ModifiedWSPIV(PDMc_WSPIV* version) {
     PDMc_WS* workspace = GetWS();
     PDMc_LUF* frame = workspace != nullptr ? workspace->GetCurrentFrame() : nullptr;
     if (frame == nullptr) return nullptr;
-    // A library member's library version is copied with it once the library model writes
-    // library versions; the item's own version is handled the same either way.
+    // A write to a member is a write to its library: the library version is brought into this
+    // frame too, and its modified state rises with the member's.
+    if (version->IsLibraryMember()) {
+        PDMc_LIL* library = version->GetLIL();
+        if (library == nullptr && !nyxErrorStackEmpty()) return nullptr;
+        if (library != nullptr && library->ModifiedLILV(library->GetCurrentLILV()) == nullptr)
+            return nullptr;
+    }
     if (version->GetCreatingFrame() == frame) {
         if (workspace->PurgeRedoStack() != 0) return nullptr;
         workspace->NoteVersionModified(version);
@@ -180,6 +186,18 @@ int32_t PDMc_WSPI::DeleteDependencyKeepLPI(PDMc_WSD* dependency) {
     PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DeleteDependencyKeepLPI");
     return version != nullptr ? version->DeleteDependencyKeepLPI(dependency)
                               : nyxErrorCurrentCode();
+}
+
+uint32_t PDMc_WSPI::GetSourceId() {
+    PDMc_WSPIV* version = GetShortcutPIV();
+    return version != nullptr ? version->GetSourcePIVID() : 0;
+}
+
+int32_t PDMc_WSPI::SetLIL(PDMc_LIL* library) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::SetLIL");
+    if (version == nullptr) return nyxErrorCurrentCode();
+    version->SetLIL(library);
+    return 0;
 }
 
 int32_t PDMc_WSPI::MarkModifiedInLibrary() {

@@ -12,6 +12,7 @@
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
+class PDMc_LIL;
 class PDMc_LPI;
 class PDMc_LPITD;
 class PDMc_LUFI;
@@ -74,6 +75,11 @@ public:
     // Raises the modified state of a library member's current version; 2600 for an item
     // outside any library.
     int32_t MarkModifiedInLibrary();
+    // The repository id of the current version's source; 0 for an item made here or deleted.
+    uint32_t GetSourceId();
+    // Names the library on the current version, in place: joining or leaving a library doesn't
+    // copy the member's version. 110 for a deleted item.
+    int32_t SetLIL(PDMc_LIL* library);
 
     // The current version of each state up to the current one that shows the item live, in
     // state order; a version that stayed current through several states comes once each.

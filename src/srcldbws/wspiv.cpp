@@ -225,6 +225,11 @@ PDMc_LPITD* PDMc_WSPIV::GetTypeDef() {
 
 PDMc_LIL* PDMc_WSPIV::GetLIL() { return LDBTargetAs<PDMc_LIL>(m_lil); }
 
+void PDMc_WSPIV::SetLIL(PDMc_LIL* library) {
+    MarkModified();
+    m_lil = library;
+}
+
 void PDMc_WSPIV::SetIsModified() {
     // Bit 0 is a write of the data; bit 1, a change of the dependency list, stays as it is.
     m_is_modified |= 1;

@@ -68,6 +68,8 @@ public:
     const nyxString& GetName();
     PDMc_LPITD* GetTypeDef();
     PDMc_LIL* GetLIL();
+    // In place, on this very version: see PDMc_WSPI::SetLIL.
+    void SetLIL(PDMc_LIL* library);
 
     const nyxString& GetDescription() const { return m_description; }
     const nyxString& GetSourceBranchName() const { return m_source_branch_name; }
