@@ -14,7 +14,9 @@
 #include "srcldb/ldblil.h"
 #include "srcldb/ldblilv.h"
 #include "srcldbws/ws.h"
+#include "srcldb/ldblufi.h"
 #include "srcldbws/wspi.h"
+#include "srcldbws/wspiv.h"
 #include "testsupport.h"
 
 using testsupport::DescribeTop;
@@ -363,6 +365,48 @@ TEST_F(Libraries, MembershipChangesFollowTheStates) {
     ASSERT_EQ(PDMWorkspaceUndo(ws), 0);
     EXPECT_EQ(Members(Current(library)), std::vector<void*>{bracket})
         << "the earlier state keeps its own member array";
+}
+
+}  // namespace
+
+namespace {
+
+// A write to a member is a write to its library: its library version is brought into the state
+// as well, and the library counts as modified.
+TEST_F(Libraries, WriteToAMemberCopiesTheLibraryVersion) {
+    // Give the item a current version that has the instance flag, as joining a generic does.
+    PDMc_WSPI* item = reinterpret_cast<PDMc_WSPI*>(bracketLong);
+    PDMc_LUFI* record = item->GetLUFI();
+    ASSERT_NE(record, nullptr);
+    PDMc_WSPIV* instance =
+        PDMc_WSPIV::Create(Model(), item->GetLPI(), "", "", "", "", true, false, nullptr);
+    ASSERT_NE(instance, nullptr) << DescribeTop();
+    instance->SetCreatingFrame(Model()->GetCurrentFrame());
+    ASSERT_EQ(record->SetCurrentPIV(instance), 0) << DescribeTop();
+    WSLILHandle library = MakeLibrary("bracket", "", {bracket, bracketLong});
+    Reopen();
+    library = FindLibrary("bracket");
+    WSLILVHandle before = Current(library);
+    reinterpret_cast<PDMc_LILV*>(before)->SetIsModified(false);
+
+    ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
+    ASSERT_EQ(PDMWSPISetCurrWSPIVTargetRevision(bracketLong, "B"), 0) << DescribeTop();
+    WSLILVHandle after = Current(library);
+    EXPECT_NE(after, before) << "the library version was copied into the new state";
+    EXPECT_EQ(Modified(after), 1);
+    EXPECT_EQ(Modified(before), 0);
+    EXPECT_EQ(reinterpret_cast<PDMc_LILV*>(after)->GetCreatingFrame(), Model()->GetCurrentFrame());
+    EXPECT_EQ(ModifiedLibraries(), std::vector<void*>{library});
+
+    // A plain item's write leaves the library alone.
+    ASSERT_EQ(PDMWSPISetCurrWSPIVTargetRevision(bracket, "C"), 0);
+    EXPECT_EQ(Current(library), after);
+    Reopen();
+    library = FindLibrary("bracket");
+    ASSERT_EQ(PDMWorkspaceUndo(ws), 0);
+    EXPECT_EQ(Modified(Current(library)), 0) << "the earlier state shows its own version";
+    EXPECT_EQ(reinterpret_cast<PDMc_LILV*>(Current(library))->GetCreatingFrame(),
+              Model()->GetCurrentFrame());
 }
 
 }  // namespace
