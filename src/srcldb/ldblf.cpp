@@ -6,8 +6,10 @@
 
 #include "btkfile.h"
 #include "btkpath.h"
+#include "collections/nyxlist.h"
 #include "errors/nyxerror.h"
 #include "srcldb/ldbconnection.h"
+#include "srcldb/ldbcontainer.h"
 #include "srcldbws/ws.h"
 
 namespace {
@@ -146,4 +148,31 @@ PDMc_LF* PDMc_LF::MakeWritableCopy(PDMc_WS* workspace) {
     }
     copy->m_is_modified = true;
     return copy;
+}
+
+int32_t LDBQueueDeleteUnlessHeld(PDMc_LDB* connection, PDMc_LF* file,
+                                 nyxSingleListOf<void*>& earlier) {
+    // Someone else may still read the file: the repository, or a state that an undo can
+    // return to.
+    if (file->IsRepositoryFile()) return 0;
+    void* element = file;
+    if (earlier.Contains(&element)) return 0;
+    nyxString path;
+    file->GetPath(path);
+    return connection->QueueDeleteFile(path.c_str());
+}
+
+int32_t LDBPutWritableCopy(PDMc_LDB* connection, PDMc_WS* workspace, PDMc_LDBArray* files,
+                           uint32_t position, PDMc_LF* file, nyxString& out, const char* caller) {
+    PDMc_LF* copy = file->MakeWritableCopy(workspace);
+    if (copy == nullptr) return nyxErrorCurrentCode();
+    nyxString newPath;
+    copy->GetPath(newPath);
+    if (int32_t rc = connection->QueueNewFile(newPath.c_str())) return rc;
+    if (files == nullptr) return nyxErrorCurrentCode();
+    PDMc_LDBObject* element = copy;
+    if (!files->SetAt(position, &element)) return NYX_INTERNAL_ERROR(caller, "srcldb/ldblf");
+    out = newPath;
+    copy->SetModified(true);
+    return 0;
 }

@@ -13,11 +13,13 @@
 
 #include <cstdint>
 
+#include "collections/nyxlist.h"
 #include "nyxstring.h"
 #include "srcldb/ldbobject.h"
 #include "srcldb/ldbref.h"
 
 class PDMc_LDB;
+class PDMc_LDBArray;
 class PDMc_WS;
 
 // The result of GetFileStamp when the file's time can't be had. It is a return value only:
@@ -78,3 +80,13 @@ private:
     uint8_t m_is_modified = 0;
     uint32_t m_modification_stamp = 0;
 };
+
+// What the versions of items and of libraries do alike with their files.
+// Queues the file's deletion at commit, unless the repository still reads it or it is among
+// the files that earlier states hold. 0 or the code pushed.
+int32_t LDBQueueDeleteUnlessHeld(PDMc_LDB* connection, PDMc_LF* file,
+                                 nyxSingleListOf<void*>& earlier);
+// Puts a writable copy of file, its new path queued as a new file, at position in files, and
+// gives that path in out. 0 or the code pushed; caller names the operation in an internal error.
+int32_t LDBPutWritableCopy(PDMc_LDB* connection, PDMc_WS* workspace, PDMc_LDBArray* files,
+                           uint32_t position, PDMc_LF* file, nyxString& out, const char* caller);

@@ -184,8 +184,6 @@ int32_t PDMc_LILV::SetTargetFolder(const char* text) {
 }
 
 int32_t PDMc_LILV::QueueDeleteUnlessHeld(PDMc_LF* file) {
-    // A file goes at commit unless someone else still reads it: the repository, or a state that
-    // an undo can return to.
     if (file->IsRepositoryFile()) return 0;
     PDMc_LIL* library = GetLIL();
     PDMc_LDB* connection = ConnectionOf(this);
@@ -194,11 +192,7 @@ int32_t PDMc_LILV::QueueDeleteUnlessHeld(PDMc_LF* file) {
         return NYX_INTERNAL_ERROR("a library version without a connection", kSourcePath);
     nyxSingleListOf<void*> earlier;
     if (int32_t rc = library->CollectEarlierFiles(earlier)) return rc;
-    void* element = file;
-    if (earlier.Contains(&element)) return 0;
-    nyxString path;
-    file->GetPath(path);
-    return connection->QueueDeleteFile(path.c_str());
+    return LDBQueueDeleteUnlessHeld(connection, file, earlier);
 }
 
 int32_t PDMc_LILV::GetPathForRead(PDMc_LF* file, nyxString& out) {
@@ -228,19 +222,8 @@ int32_t PDMc_LILV::GetPathForWrite(PDMc_LF* file, nyxString& out) {
     if (int32_t rc = writable->QueueDeleteUnlessHeld(file)) return rc;
     PDMc_WS* workspace = writable->GetWorkspace();
     if (workspace == nullptr) return nyxErrorCurrentCode();
-    PDMc_LF* copy = file->MakeWritableCopy(workspace);
-    if (copy == nullptr) return nyxErrorCurrentCode();
-    nyxString newPath;
-    copy->GetPath(newPath);
-    if (int32_t rc = connection->QueueNewFile(newPath.c_str())) return rc;
-    PDMc_LDBArray* writableFiles = writable->GetFiles();
-    if (writableFiles == nullptr) return nyxErrorCurrentCode();
-    PDMc_LDBObject* element = copy;
-    if (!writableFiles->SetAt(position, &element))
-        return NYX_INTERNAL_ERROR("PDMc_LILV::GetPathForWrite", kSourcePath);
-    out = newPath;
-    copy->SetModified(true);
-    return 0;
+    return LDBPutWritableCopy(connection, workspace, writable->GetFiles(), position, file, out,
+                              "PDMc_LILV::GetPathForWrite");
 }
 
 PDMc_LF* PDMc_LILV::AddFile(const char* name, uint32_t position) {

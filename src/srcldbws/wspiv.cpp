@@ -315,8 +315,6 @@ bool PDMc_WSPIV::PositionOf(PDMc_LF* file, uint32_t& position) {
 }
 
 int32_t PDMc_WSPIV::QueueDeleteUnlessHeld(PDMc_LF* file) {
-    // A file goes at commit unless someone else still reads it: the repository, or a state that
-    // an undo can return to.
     if (file->IsRepositoryFile()) return 0;
     PDMc_WSPI* item = GetWSPI();
     PDMc_LDB* connection = ConnectionOf(this);
@@ -325,11 +323,7 @@ int32_t PDMc_WSPIV::QueueDeleteUnlessHeld(PDMc_LF* file) {
         return NYX_INTERNAL_ERROR("a version without a connection", kSourcePath);
     nyxSingleListOf<void*> earlier;
     if (int32_t rc = item->CollectEarlierFiles(earlier)) return rc;
-    void* element = file;
-    if (earlier.Contains(&element)) return 0;
-    nyxString path;
-    file->GetPath(path);
-    return connection->QueueDeleteFile(path.c_str());
+    return LDBQueueDeleteUnlessHeld(connection, file, earlier);
 }
 
 int32_t PDMc_WSPIV::GetPathForReading(PDMc_LF* file, nyxString& out) {
@@ -351,19 +345,8 @@ int32_t PDMc_WSPIV::GetPathForWriting(PDMc_LF* file, nyxString& out) {
     if (int32_t rc = writable->QueueDeleteUnlessHeld(file)) return rc;
     PDMc_WS* workspace = writable->GetWS();
     if (workspace == nullptr) return nyxErrorCurrentCode();
-    PDMc_LF* copy = file->MakeWritableCopy(workspace);
-    if (copy == nullptr) return nyxErrorCurrentCode();
-    nyxString newPath;
-    copy->GetPath(newPath);
-    if (int32_t rc = connection->QueueNewFile(newPath.c_str())) return rc;
-    PDMc_LDBArray* files = writable->GetFiles();
-    if (files == nullptr) return nyxErrorCurrentCode();
-    PDMc_LDBObject* element = copy;
-    if (!files->SetAt(position, &element))
-        return NYX_INTERNAL_ERROR("PDMc_WSPIV::GetPathForWriting", kSourcePath);
-    out = newPath;
-    copy->SetModified(true);
-    return 0;
+    return LDBPutWritableCopy(connection, workspace, writable->GetFiles(), position, file, out,
+                              "PDMc_WSPIV::GetPathForWriting");
 }
 
 PDMc_LF* PDMc_WSPIV::AddFile(const char* name, uint32_t position) {
