@@ -4,6 +4,7 @@
 #include "srcldb/ldbattr.h"
 #include "srcldb/ldbconnection.h"
 #include "srcldb/ldbcontainer.h"
+#include "srcldb/ldblpi.h"
 
 PDMc_LAD* PDMFindAttrDef(PDMc_LDBObject* object, const char* name) {
     PDMc_LDB* connection = PDMc_LDB::FromOwner(object->GetOwner());
@@ -37,4 +38,12 @@ int32_t PDMAttributeNames(nyxCollection& values, int* count, const char** names)
     });
     *count = index;
     return rc;
+}
+
+PDMc_LPITD* PDMFindOrCreateTypeDef(PDMc_LDB* connection, const char* typeName) {
+    nyxString type(typeName);
+    PDMc_LDBObject* found = connection->FindItemTypeDef(type.c_str());
+    if (found == nullptr)
+        found = connection->CreateItemTypeDef(type.c_str(), type.c_str(), "", "", "");
+    return LDBObjectAs<PDMc_LPITD>(found, true);
 }

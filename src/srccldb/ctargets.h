@@ -11,6 +11,8 @@
 #include "srcldb/ldbobject.h"
 
 class PDMc_LAD;
+class PDMc_LDB;
+class PDMc_LPITD;
 class nyxCollection;
 
 // The object behind a handle, if it is of the class the handle's kind promises. A null handle
@@ -49,3 +51,6 @@ PDMc_LAD* PDMFindOrCreateAttrDef(PDMc_LDBObject* object, const char* name);
 // collection, and `names`, if not null, their definitions' names in its order. 0, or the code of
 // a failure, with the names read up to it counted.
 int32_t PDMAttributeNames(nyxCollection& values, int* count, const char** names);
+// The item type of a name, made on first use with its name as its description: what a new
+// item's type name leads to. Null after a failure.
+PDMc_LPITD* PDMFindOrCreateTypeDef(PDMc_LDB* connection, const char* typeName);

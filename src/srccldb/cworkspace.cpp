@@ -179,12 +179,7 @@ int PDMWorkspaceCreatePI(WorkspaceHandle ws, const char* name, const char* typeN
     if (connection == nullptr)
         return NYX_INTERNAL_ERROR("a workspace without a connection", kSourcePath);
     nyxString itemName(name);
-    nyxString type(typeName);
-    // An unknown type is made on first use, with its name as its description.
-    PDMc_LDBObject* found = connection->FindItemTypeDef(type.c_str());
-    if (found == nullptr)
-        found = connection->CreateItemTypeDef(type.c_str(), type.c_str(), "", "", "");
-    PDMc_LPITD* definition = LDBObjectAs<PDMc_LPITD>(found, true);
+    PDMc_LPITD* definition = PDMFindOrCreateTypeDef(connection, typeName);
     if (definition == nullptr) return PDMResultT();
     PDMc_LDBObject* made = workspace->CreateNewPI(itemName.c_str(), definition, "");
     *item = reinterpret_cast<WSPIHandle>(made);

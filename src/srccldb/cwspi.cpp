@@ -172,6 +172,26 @@ int PDMWSPIMarkModifiedInLibrary(WSPIHandle item) {
     return i != nullptr ? i->MarkModifiedInLibrary() : PDMResultT();
 }
 
+int PDMWSPIAddInstance(WSPIHandle item, const char* name, const char* typeName,
+                       WSPIHandle* instance) {
+    PDMCallFrame frame("PDMWSPIAddInstance");
+    *instance = nullptr;
+    PDMc_WSPI* i = Item(item, "PDMWSPIAddInstance");
+    if (i == nullptr) return PDMResultT();
+    nyxString instanceName(name);
+    PDMc_LPITD* definition = nullptr;
+    if (typeName != nullptr) {
+        PDMc_WS* workspace = i->GetWS();
+        PDMc_LDB* connection = workspace != nullptr ? workspace->GetConnection() : nullptr;
+        if (connection == nullptr) return PDMResultT();
+        definition = PDMFindOrCreateTypeDef(connection, typeName);
+        if (definition == nullptr) return PDMResultT();
+    }
+    PDMc_LDBObject* made = i->AddInstance(instanceName.c_str(), definition);
+    *instance = reinterpret_cast<WSPIHandle>(made);
+    return PDMResultT();
+}
+
 // ---------------------------------------------------------------------------------------------
 // Files of the current version
 
@@ -277,8 +297,13 @@ int PDMWSPISetCurrWSPIVTargetReleaseLevel(WSPIHandle item, const char* text) {
 }
 
 int PDMWSPISetCurrWSPIVTargetFolder(WSPIHandle item, const char* text) {
-    return WriteText(item, "PDMWSPISetCurrWSPIVTargetFolder", text,
-                     &PDMc_WSPIV::SetTargetFolder);
+    PDMCallFrame frame("PDMWSPISetCurrWSPIVTargetFolder");
+    nyxString copy(text);
+    PDMc_WSPI* i = Item(item, "PDMWSPISetCurrWSPIVTargetFolder");
+    // The item's own setter: a generic passes the folder on to its library.
+    if (i != nullptr && i->CurrentPIV("PDMWSPISetCurrWSPIVTargetFolder") != nullptr)
+        i->SetTargetFolder(copy.c_str());
+    return PDMResultT();
 }
 
 int PDMWSPISetCurrWSPIVHoldFromSubmission(WSPIHandle item, int flag) {

@@ -16,6 +16,7 @@
 #include "srcldb/ldblpi.h"
 #include "srcldbws/ws.h"
 #include "srcldbws/wspi.h"
+#include "srcldbws/wsgir.h"
 #include "srcldbws/wspiv.h"
 
 namespace {
@@ -197,6 +198,22 @@ int PDMWSPIVGetLIL(WSPIVHandle version, WSLILHandle* lil) {
                        });
 }
 
+int PDMWSPIVGetGeneric(WSPIVHandle version, WSGIRHandle* relation) {
+    return ReadVersion(version, "PDMWSPIVGetGeneric", relation,
+                       static_cast<WSGIRHandle>(nullptr), [](PDMc_WSPIV* v) {
+                           PDMc_LDBObject* generic = v->GetGeneric();
+                           return reinterpret_cast<WSGIRHandle>(generic);
+                       });
+}
+
+int PDMWSPIVGetTopGeneric(WSPIVHandle version, WSPIHandle* item) {
+    return ReadVersion(version, "PDMWSPIVGetTopGeneric", item, static_cast<WSPIHandle>(nullptr),
+                       [](PDMc_WSPIV* v) {
+                           PDMc_LDBObject* top = v->GetTopGeneric();
+                           return reinterpret_cast<WSPIHandle>(top);
+                       });
+}
+
 int PDMWSPIVGetWSPI(WSPIVHandle version, WSPIHandle* item) {
     return ReadVersion(version, "PDMWSPIVGetWSPI", item, static_cast<WSPIHandle>(nullptr),
                        [](PDMc_WSPIV* v) {
@@ -314,4 +331,26 @@ int PDMWSPIVSetMarkedForCheckIn(WSPIVHandle version, int flag) {
     if (PDMc_WSPIV* v = Version(version, "PDMWSPIVSetMarkedForCheckIn"))
         v->SetMarkedForCheckIn(flag != 0);
     return PDMResultT();
+}
+
+// A built list of relations. Form Z.
+template <class Fill>
+int ListRelations(WSPIVHandle version, const char* exportName, CursorHandle* cursor, Fill fill) {
+    PDMCallFrame frame(exportName);
+    *cursor = nullptr;
+    PDMc_WSPIV* v = Version(version, exportName);
+    if (v == nullptr) return nyxErrorCurrentCode();
+    return PDMListCursor(cursor, [v, fill](PDMPointerList& list) { return fill(v, list); });
+}
+
+int PDMWSPIVGetGIRs(WSPIVHandle version, CursorHandle* cursor) {
+    return ListRelations(version, "PDMWSPIVGetGIRs", cursor,
+                         [](PDMc_WSPIV* v, PDMPointerList& list) { return v->GetGIRs(list); });
+}
+
+int PDMWSPIVGetGIRsRecursive(WSPIVHandle version, CursorHandle* cursor) {
+    return ListRelations(version, "PDMWSPIVGetGIRsRecursive", cursor,
+                         [](PDMc_WSPIV* v, PDMPointerList& list) {
+                             return v->GetGIRsRecursive(list);
+                         });
 }

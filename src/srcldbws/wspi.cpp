@@ -5,11 +5,13 @@
 #include "srcldb/ldbcontainer.h"
 #include "srcldb/ldblf.h"
 #include "srcldb/ldblil.h"
+#include "srcldb/ldblilv.h"
 #include "srcldb/ldblpi.h"
 #include "srcldb/ldbluf.h"
 #include "srcldb/ldblufi.h"
 #include "srcldbws/ws.h"
 #include "srcldbws/wsd.h"
+#include "srcldbws/wsgir.h"
 #include "srcldbws/wspiv.h"
 
 namespace {
@@ -205,6 +207,113 @@ int32_t PDMc_WSPI::MarkModifiedInLibrary() {
     if (version == nullptr) return nyxErrorCurrentCode();
     if (!version->IsLibraryMember()) return nyxErrorReport(kErrorNotInLibrary, GetName());
     return version->ForModification() != nullptr ? 0 : nyxErrorCurrentCode();
+}
+
+PDMc_WSPI* PDMc_WSPI::AddInstance(const char* name, PDMc_LPITD* typeDef) {
+    nyxString instanceName(name);
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::AddInstance");
+    PDMc_WS* workspace = GetWS();
+    if (version == nullptr || workspace == nullptr) return nullptr;
+    if (typeDef == nullptr) typeDef = GetTypeDef();
+    PDMc_WSPI* instance = workspace->CreateNewPI(instanceName.c_str(), typeDef, "");
+    if (instance == nullptr) {
+        if (nyxErrorStackEmpty()) nyxErrorPushInternal("PDMc_WSPI::AddInstance", kSourcePath, __LINE__);
+        return nullptr;
+    }
+    if (!version->IsLibraryMember()) {
+        // The first instance: the generic and it found a library of the generic's name. A name
+        // that another library holds stops here, before a relation would leave the instance
+        // with no library.
+        nyxSingleListOf<void*> members;
+        void* element = this;
+        members.Insert(&element);
+        element = instance;
+        members.Insert(&element);
+        nyxString libraryName(GetName());
+        if (workspace->CreateNewLIL(libraryName.c_str(), "", members) == nullptr) return nullptr;
+    } else {
+        PDMc_LIL* library = version->GetLIL();
+        PDMc_LILV* libraryVersion = library != nullptr ? library->GetCurrentLILV() : nullptr;
+        if (libraryVersion == nullptr) {
+            if (nyxErrorStackEmpty()) nyxErrorPushInternal("PDMc_WSPI::AddInstance", kSourcePath, __LINE__);
+            return nullptr;
+        }
+        if (libraryVersion->AddWSPIToMembers(instance) != 0) return nullptr;
+    }
+    PDMc_WSGIR* relation = PDMc_WSGIR::Create(GetOwner(), GetSourceId(), this,
+                                              instance->GetSourceId(), instance, "");
+    if (relation == nullptr || AddInstanceWSGIR(relation) != 0) return nullptr;
+    return instance;
+}
+
+int32_t PDMc_WSPI::SetTargetFolder(const char* text) {
+    nyxString folder(text);
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::SetTargetFolder");
+    if (version == nullptr) return nyxErrorCurrentCode();
+    if (int32_t rc = version->SetTargetFolder(folder.c_str())) return rc;
+    // The top of a library decides where the library lands.
+    version = GetShortcutPIV();
+    if (version == nullptr || !version->HasInstances() || version->IsInstance()) return 0;
+    PDMc_LIL* library = version->GetLIL();
+    if (library == nullptr)
+        return nyxErrorStackEmpty() ? NYX_INTERNAL_ERROR("PDMc_WSPI::SetTargetFolder", kSourcePath)
+                                    : nyxErrorCurrentCode();
+    return library->SetTargetFolder(folder.c_str());
+}
+
+int32_t PDMc_WSPI::AddInstanceWSGIR(PDMc_WSGIR* relation) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::AddInstanceWSGIR");
+    return version != nullptr ? version->AddInstanceWSGIR(relation) : nyxErrorCurrentCode();
+}
+
+int32_t PDMc_WSPI::DeleteInstanceWSGIR(PDMc_WSGIR* relation) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DeleteInstanceWSGIR");
+    return version != nullptr ? version->DeleteInstanceWSGIR(relation) : nyxErrorCurrentCode();
+}
+
+int32_t PDMc_WSPI::SetGenericWSGIR(PDMc_WSGIR* relation) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::SetGenericWSGIR");
+    return version != nullptr ? version->SetGenericWSGIR(relation) : nyxErrorCurrentCode();
+}
+
+PDMc_WSGIR* PDMc_WSPI::GetGeneric() {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::GetGeneric");
+    return version != nullptr ? version->GetGeneric() : nullptr;
+}
+
+int32_t PDMc_WSPI::GetGIRs(nyxCollection& out) {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::GetGIRs");
+    return version != nullptr ? version->GetGIRs(out) : nyxErrorCurrentCode();
+}
+
+int32_t PDMc_WSPI::DetachFromGeneric() {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DetachFromGeneric");
+    return version != nullptr ? version->DetachFromGeneric() : nyxErrorCurrentCode();
+}
+
+int32_t PDMc_WSPI::DetachInstances() {
+    PDMc_WSPIV* version = CurrentPIV("PDMc_WSPI::DetachInstances");
+    return version != nullptr ? version->DetachInstances() : nyxErrorCurrentCode();
+}
+
+PDMc_LIL* PDMc_WSPI::GetLIL() {
+    PDMc_WSPIV* version = GetShortcutPIV();
+    return version != nullptr ? version->GetLIL() : nullptr;
+}
+
+bool PDMc_WSPI::IsInstance() {
+    PDMc_WSPIV* version = GetShortcutPIV();
+    return version != nullptr && version->IsInstance();
+}
+
+bool PDMc_WSPI::HasInstances() {
+    PDMc_WSPIV* version = GetShortcutPIV();
+    return version != nullptr && version->HasInstances();
+}
+
+bool PDMc_WSPI::IsLibraryMember() {
+    PDMc_WSPIV* version = GetShortcutPIV();
+    return version != nullptr && version->IsLibraryMember();
 }
 
 int32_t PDMc_WSPI::GetWSPIVs(nyxCollection& out) {

@@ -19,6 +19,7 @@ class PDMc_LUFI;
 class PDMc_WS;
 class PDMc_WSD;
 class PDMc_WSDD;
+class PDMc_WSGIR;
 class PDMc_WSPIV;
 class nyxCollection;
 
@@ -80,6 +81,28 @@ public:
     // Names the library on the current version, in place: joining or leaving a library doesn't
     // copy the member's version. 110 for a deleted item.
     int32_t SetLIL(PDMc_LIL* library);
+
+    // A new item of the name and type (this item's own for null) as an instance of this one.
+    // The first instance makes a library of this item's name with both as members; later ones
+    // join that library. Null after a failure.
+    PDMc_WSPI* AddInstance(const char* name, PDMc_LPITD* typeDef);
+    // The target folder of the current version; a generic that isn't an instance gives it to
+    // its library too.
+    int32_t SetTargetFolder(const char* text);
+    // The relation operations of the current version; a deleted item reports 110 with the
+    // operation's name.
+    int32_t AddInstanceWSGIR(PDMc_WSGIR* relation);
+    int32_t DeleteInstanceWSGIR(PDMc_WSGIR* relation);
+    int32_t SetGenericWSGIR(PDMc_WSGIR* relation);
+    PDMc_WSGIR* GetGeneric();
+    int32_t GetGIRs(nyxCollection& out);
+    int32_t DetachFromGeneric();
+    int32_t DetachInstances();
+    // Readers of the current version; a deleted item has no library and no role.
+    PDMc_LIL* GetLIL();
+    bool IsInstance();
+    bool HasInstances();
+    bool IsLibraryMember();
 
     // The current version of each state up to the current one that shows the item live, in
     // state order; a version that stayed current through several states comes once each.

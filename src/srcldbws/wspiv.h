@@ -29,6 +29,7 @@ class PDMc_LUF;
 class PDMc_WS;
 class PDMc_WSD;
 class PDMc_WSDD;
+class PDMc_WSGIR;
 class PDMc_WSPI;
 class nyxCollection;
 
@@ -166,6 +167,45 @@ public:
     int32_t GetDependenciesToStoredName(const char* name, nyxCollection& out);
     // The dependencies, null if the version has no array.
     PDMc_LDBArray* GetDependencies();
+
+    // Relations between generic and instance items. The list of a generic's relations is
+    // shared by the versions copied from one another and has a copy on first write of its own:
+    // m_instances_creating_frame names the frame that may write the list object.
+
+    // Appends the relation to the list of the writable version, which becomes a generic, and
+    // makes the relation's instance item an instance of it. 0, or the code of a failure.
+    int32_t AddInstanceWSGIR(PDMc_WSGIR* relation);
+    // The list of the writable version that the current frame may write; null after a failure.
+    PDMc_LDBArray* InstanceWSGIRsForModification();
+    // A copy of the relation takes its place in the writable list and as its instance's
+    // relation; the copy, or null after a failure (an internal error when this version doesn't
+    // list the relation, and then nothing changed).
+    PDMc_WSGIR* InstanceWSGIRModified(PDMc_WSGIR* relation);
+    // Takes the relation out of the writable list; the last one ends the generic role, and the
+    // instance item stops being an instance. 0, or the code of a failure.
+    int32_t DeleteInstanceWSGIR(PDMc_WSGIR* relation);
+    // The writable version's relation to its generic; null ends the instance role.
+    int32_t SetGenericWSGIR(PDMc_WSGIR* relation);
+    // The relation to the generic; 2601 and null for a version that isn't an instance.
+    PDMc_WSGIR* GetGeneric();
+    // The item at the top of the chain of generics, by the current version of each item; 2600
+    // and null for a version outside any library, null with no error for a broken chain.
+    PDMc_WSPI* GetTopGeneric();
+    // Clears `out`, then adds this version's relations to its instances, in order.
+    int32_t GetGIRs(nyxCollection& out);
+    // Clears `out`, then adds the relations of every generation, level by level: the direct
+    // ones first. 2602 for a version without instances.
+    int32_t GetGIRsRecursive(nyxCollection& out);
+    // The relations, null if the version has none.
+    PDMc_LDBArray* GetInstanceWSGIRs();
+    // For an instance that leaves: its generic keeps the relation, with the instance's id and no
+    // item. 2601 for a version that isn't an instance.
+    int32_t DetachFromGeneric();
+    // For a generic that leaves: each instance's relation loses its generic item. The generic's
+    // own list stays as it is.
+    int32_t DetachInstances();
+    // In place, on this very version: the library lets go of the item in both roles at once.
+    void ClearLibraryRoles();
 
 private:
     friend struct LDBSchema;
