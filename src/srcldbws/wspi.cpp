@@ -19,6 +19,7 @@ namespace {
 const char kSourcePath[] = "srcldbws/wspi";
 
 constexpr int32_t kErrorNullArgument = 110;
+constexpr int32_t kErrorNameTaken = 1901;
 constexpr int32_t kErrorNotInLibrary = 2600;
 constexpr int32_t kErrorItemInUse = 2603;
 
@@ -215,21 +216,24 @@ PDMc_WSPI* PDMc_WSPI::AddInstance(const char* name, PDMc_LPITD* typeDef) {
     PDMc_WS* workspace = GetWS();
     if (version == nullptr || workspace == nullptr) return nullptr;
     if (typeDef == nullptr) typeDef = GetTypeDef();
+    nyxString libraryName(GetName());
+    // A first instance founds a library of the generic's name: a name another library holds
+    // stops it before anything is made, rather than leave an instance with no library.
+    if (!version->IsLibraryMember() && workspace->FindLIL(libraryName.c_str()) != nullptr) {
+        nyxErrorReport(kErrorNameTaken, libraryName.c_str());
+        return nullptr;
+    }
     PDMc_WSPI* instance = workspace->CreateNewPI(instanceName.c_str(), typeDef, "");
     if (instance == nullptr) {
         if (nyxErrorStackEmpty()) nyxErrorPushInternal("PDMc_WSPI::AddInstance", kSourcePath, __LINE__);
         return nullptr;
     }
     if (!version->IsLibraryMember()) {
-        // The first instance: the generic and it found a library of the generic's name. A name
-        // that another library holds stops here, before a relation would leave the instance
-        // with no library.
         nyxSingleListOf<void*> members;
         void* element = this;
         members.Insert(&element);
         element = instance;
         members.Insert(&element);
-        nyxString libraryName(GetName());
         if (workspace->CreateNewLIL(libraryName.c_str(), "", members) == nullptr) return nullptr;
     } else {
         PDMc_LIL* library = version->GetLIL();

@@ -102,16 +102,6 @@ protected:
         EXPECT_EQ(PDMWSPIVIsLibraryMember(version, &member), 0);
         return {isInstance, hasInstances, member};
     }
-    WSLILHandle LibraryByName(const char* name) {
-        CursorHandle cursor = nullptr;
-        EXPECT_EQ(PDMWorkspaceGetModifiedLILs(ws, &cursor), 0);
-        for (void* library : Drain(cursor)) {
-            const char* text = nullptr;
-            PDMWSLILGetName(static_cast<WSLILHandle>(library), &text);
-            if (text != nullptr && std::string(text) == name) return static_cast<WSLILHandle>(library);
-        }
-        return nullptr;
-    }
     void Reopen() {
         ws = DatabaseTest::Reopen("ws");
         ASSERT_NE(ws, nullptr);
@@ -276,6 +266,22 @@ TEST_F(Relations, InstanceWithATakenNameChangesNothing) {
     testsupport::ClearErrors();
     EXPECT_EQ(Roles(generic), kPlain);
     EXPECT_EQ(Library(generic), nullptr);
+}
+
+TEST_F(Relations, FirstInstanceUnderATakenLibraryNameMakesNothing) {
+    WSPIHandle other = nullptr;
+    ASSERT_EQ(PDMWorkspaceCreatePI(ws, "clamp", "Part", &other), 0);
+    AddInstance(other, "clamp-1");
+    ASSERT_EQ(PDMWSLILRename(Library(other), "bracket"), 0) << DescribeTop();
+    WSPIHandle made = reinterpret_cast<WSPIHandle>(1);
+    EXPECT_EQ(PDMWSPIAddInstance(generic, "bracket-1", nullptr, &made), 1901);
+    EXPECT_EQ(made, nullptr);
+    testsupport::ClearErrors();
+    WSPIHandle gone = reinterpret_cast<WSPIHandle>(1);
+    PDMWorkspaceGetWSPIByName(ws, "bracket-1", &gone);
+    EXPECT_EQ(gone, nullptr) << "no instance is left behind without a library";
+    testsupport::ClearErrors();
+    EXPECT_EQ(Roles(generic), kPlain);
 }
 
 TEST_F(Relations, NullHandlesAreReported) {
