@@ -15,6 +15,7 @@
 namespace fs = std::filesystem;
 using testsupport::Arguments;
 using testsupport::DescribeTop;
+using testsupport::Drain;
 using testsupport::StackCodes;
 
 namespace {
@@ -28,14 +29,6 @@ std::string OnDisk(const char* path) {
 
 void WriteFile(const char* path, const std::string& content) {
     std::ofstream(OnDisk(path)) << content;
-}
-
-std::vector<void*> Drain(CursorHandle cursor) {
-    std::vector<void*> out;
-    void* element = nullptr;
-    while (PDMCursorGetNext(cursor, &element) == 0 && element != nullptr) out.push_back(element);
-    PDMCursorDelete(cursor);
-    return out;
 }
 
 class Items : public testsupport::DatabaseTest {

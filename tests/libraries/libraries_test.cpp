@@ -20,6 +20,7 @@
 #include "testsupport.h"
 
 using testsupport::DescribeTop;
+using testsupport::Drain;
 using testsupport::StackCodes;
 
 namespace fs = std::filesystem;
@@ -34,14 +35,6 @@ std::string OnDisk(const std::string& path) {
 
 void WriteFile(const std::string& path, const std::string& content) {
     std::ofstream(OnDisk(path)) << content;
-}
-
-std::vector<void*> Drain(CursorHandle cursor) {
-    std::vector<void*> out;
-    void* element = nullptr;
-    while (PDMCursorGetNext(cursor, &element) == 0 && element != nullptr) out.push_back(element);
-    PDMCursorDelete(cursor);
-    return out;
 }
 
 class Libraries : public testsupport::DatabaseTest {

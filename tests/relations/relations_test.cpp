@@ -11,17 +11,10 @@
 #include "testsupport.h"
 
 using testsupport::DescribeTop;
+using testsupport::Drain;
 using testsupport::StackCodes;
 
 namespace {
-
-std::vector<void*> Drain(CursorHandle cursor) {
-    std::vector<void*> out;
-    void* element = nullptr;
-    while (PDMCursorGetNext(cursor, &element) == 0 && element != nullptr) out.push_back(element);
-    PDMCursorDelete(cursor);
-    return out;
-}
 
 class Relations : public testsupport::DatabaseTest {
 protected:

@@ -110,3 +110,11 @@ WorkspaceHandle DatabaseTest::CreateWorkspace(const char* name) {
 }
 
 }  // namespace testsupport
+
+std::vector<void*> testsupport::Drain(CursorHandle cursor) {
+    std::vector<void*> out;
+    void* element = nullptr;
+    while (PDMCursorGetNext(cursor, &element) == 0 && element != nullptr) out.push_back(element);
+    PDMCursorDelete(cursor);
+    return out;
+}

@@ -40,6 +40,8 @@ void ClearErrors();
 // -1 if it died by a signal.
 int RunInChild(const std::function<int()>& body);
 
+// Every element of a cursor, in order; the cursor is deleted.
+std::vector<void*> Drain(CursorHandle cursor);
 std::vector<unsigned char> ReadFileBytes(const std::string& path);
 void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& bytes);
 
