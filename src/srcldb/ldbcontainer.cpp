@@ -472,3 +472,13 @@ PDMc_LDBMap* LDBMapTarget(PDMc_LDBRef& reference) {
     if (target == nullptr || target->GetTypeCode() != LDB_TYPE_MAP) return nullptr;
     return static_cast<PDMc_LDBMap*>(target);
 }
+
+bool LDBIndexOfObject(PDMc_LDBArray* array, PDMc_LDBObject* object, uint32_t& index) {
+    for (uint32_t i = 0; array != nullptr && i < array->GetCount(); ++i) {
+        if (array->ObjectAt(i) == object) {
+            index = i;
+            return true;
+        }
+    }
+    return false;
+}

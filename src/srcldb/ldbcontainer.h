@@ -198,6 +198,8 @@ private:
 // The container that a reference leads to, loaded if need be; null for a null reference, a
 // target that can't be loaded, or an object of another class.
 PDMc_LDBArray* LDBArrayTarget(PDMc_LDBRef& reference);
+// The first index of the object in the array; false when it isn't there or array is null.
+bool LDBIndexOfObject(PDMc_LDBArray* array, PDMc_LDBObject* object, uint32_t& index);
 PDMc_LDBMap* LDBMapTarget(PDMc_LDBRef& reference);
 
 // Calls visit(T*) for each element of a stored container, in its order, as the class that the

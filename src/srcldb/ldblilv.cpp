@@ -204,16 +204,8 @@ int32_t PDMc_LILV::GetPathForRead(PDMc_LF* file, nyxString& out) {
 int32_t PDMc_LILV::GetPathForWrite(PDMc_LF* file, nyxString& out) {
     if (file == nullptr) return nyxErrorReport(kErrorNullArgument, "GetPathForWrite", "lf");
     uint32_t position = 0;
-    PDMc_LDBArray* files = m_files.IsNull() ? nullptr : GetFiles();
-    bool found = false;
-    for (uint32_t i = 0; files != nullptr && i < files->GetCount() && !found; ++i) {
-        if (files->ObjectAt(i) == file) {
-            position = i;
-            found = true;
-        }
-    }
     // As for an item's version: a file that isn't this version's has no place to be written.
-    if (!found) return nyxErrorReport(kErrorNotAFileOfVersion, file->GetFileName());
+    if (!LDBIndexOfObject(m_files.IsNull() ? nullptr : GetFiles(), file, position)) return nyxErrorReport(kErrorNotAFileOfVersion, file->GetFileName());
     PDMc_LDB* connection = ConnectionOf(this);
     if (connection == nullptr)
         return NYX_INTERNAL_ERROR("a library version without a connection", kSourcePath);

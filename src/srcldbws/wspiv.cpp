@@ -35,18 +35,6 @@ T* NoMemory(const char* what) {
 
 PDMc_LDB* ConnectionOf(PDMc_LDBObject* object) { return PDMc_LDB::FromOwner(object->GetOwner()); }
 
-// The first index of the object in the array, by object; false when it isn't there or there is
-// no array.
-bool IndexIn(PDMc_LDBArray* array, PDMc_LDBObject* object, uint32_t& index) {
-    for (uint32_t i = 0; array != nullptr && i < array->GetCount(); ++i) {
-        if (array->ObjectAt(i) == object) {
-            index = i;
-            return true;
-        }
-    }
-    return false;
-}
-
 }  // namespace
 
 PDMc_WSPIV::PDMc_WSPIV() = default;
@@ -311,7 +299,7 @@ PDMc_LF* PDMc_WSPIV::FirstFile() {
 }
 
 bool PDMc_WSPIV::PositionOf(PDMc_LF* file, uint32_t& position) {
-    return IndexIn(m_files.IsNull() ? nullptr : GetFiles(), file, position);
+    return LDBIndexOfObject(m_files.IsNull() ? nullptr : GetFiles(), file, position);
 }
 
 int32_t PDMc_WSPIV::QueueDeleteUnlessHeld(PDMc_LF* file) {
@@ -513,7 +501,7 @@ PDMc_LDBArray* PDMc_WSPIV::GetUnsetAttrDefs() {
 PDMc_LDBArray* PDMc_WSPIV::GetDependencies() { return LDBTargetAs<PDMc_LDBArray>(m_dependencies); }
 
 bool PDMc_WSPIV::DependencyIndex(PDMc_WSD* dependency, uint32_t& index) {
-    return IndexIn(m_dependencies.IsNull() ? nullptr : GetDependencies(), dependency, index);
+    return LDBIndexOfObject(m_dependencies.IsNull() ? nullptr : GetDependencies(), dependency, index);
 }
 
 PDMc_WSD* PDMc_WSPIV::AddDependency(PDMc_LPI* child, PDMc_WSDD* definition) {

@@ -25,16 +25,6 @@ constexpr int32_t kErrorNoInstances = 2602;
 // it into a ring isn't to hang the client.
 constexpr int kMaxChainLength = 1 << 20;
 
-bool IndexOf(PDMc_LDBArray* array, PDMc_LDBObject* object, uint32_t& index) {
-    for (uint32_t i = 0; array != nullptr && i < array->GetCount(); ++i) {
-        if (array->ObjectAt(i) == object) {
-            index = i;
-            return true;
-        }
-    }
-    return false;
-}
-
 void Add(nyxCollection& out, PDMc_LDBObject* object) {
     void* element = object;
     out.Insert(&element);
@@ -87,7 +77,7 @@ int32_t PDMc_WSPIV::AddInstanceWSGIR(PDMc_WSGIR* relation) {
 
 PDMc_WSGIR* PDMc_WSPIV::InstanceWSGIRModified(PDMc_WSGIR* relation) {
     uint32_t index = 0;
-    if (!IndexOf(GetInstanceWSGIRs(), relation, index)) {
+    if (!LDBIndexOfObject(GetInstanceWSGIRs(), relation, index)) {
         nyxErrorPushInternal("PDMc_WSPIV::InstanceWSGIRModified", kSourcePath, __LINE__);
         return nullptr;
     }
@@ -113,7 +103,7 @@ int32_t PDMc_WSPIV::DeleteInstanceWSGIR(PDMc_WSGIR* relation) {
     // Looked up before anything is copied, so that a relation this version doesn't list
     // changes nothing.
     uint32_t index = 0;
-    if (!IndexOf(GetInstanceWSGIRs(), relation, index))
+    if (!LDBIndexOfObject(GetInstanceWSGIRs(), relation, index))
         return NYX_INTERNAL_ERROR("PDMc_WSPIV::DeleteInstanceWSGIR", kSourcePath);
     PDMc_LDBArray* list = InstanceWSGIRsForModification();
     if (list == nullptr) return nyxErrorCurrentCode();
