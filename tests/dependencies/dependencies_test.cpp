@@ -27,16 +27,8 @@ protected:
         bolt = Create("bolt");
         nut = Create("nut");
     }
-    WSPIHandle Create(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceCreatePI(ws, name, "Part", &item), 0) << DescribeTop();
-        return item;
-    }
-    WSPIHandle Find(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0);
-        return item;
-    }
+    WSPIHandle Create(const char* name) { return CreateItem(ws, name); }
+    WSPIHandle Find(const char* name) { return FindItem(ws, name); }
     void Reopen() {
         ws = DatabaseTest::Reopen("ws");
         ASSERT_NE(ws, nullptr);

@@ -20,16 +20,8 @@ using testsupport::StackCodes;
 
 namespace {
 
-// The disk form of a path the library hands out: it keeps "|" as its separator.
-std::string OnDisk(const char* path) {
-    std::string native(path);
-    for (char& c : native) c = c == '|' ? '/' : c;
-    return native;
-}
-
-void WriteFile(const char* path, const std::string& content) {
-    std::ofstream(OnDisk(path)) << content;
-}
+using testsupport::OnDisk;
+using testsupport::WriteLocalFile;
 
 class Items : public testsupport::DatabaseTest {
 protected:
@@ -38,9 +30,7 @@ protected:
         ASSERT_EQ(PDMWorkspaceCreate(ldb, "ws", wsDir.c_str(), "work", &ws), 0) << DescribeTop();
     }
     WSPIHandle Create(const char* name, const char* type = "Part") {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceCreatePI(ws, name, type, &item), 0) << DescribeTop();
-        return item;
+        return CreateItem(ws, name, type);
     }
     void Reopen() {
         ws = DatabaseTest::Reopen("ws");
@@ -50,11 +40,7 @@ protected:
         ASSERT_EQ(PDMLDBCommitTransaction(ldb), 0) << DescribeTop();
         ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
     }
-    WSPIHandle Find(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0);
-        return item;
-    }
+    WSPIHandle Find(const char* name) { return FindItem(ws, name); }
     WSPIVHandle Current(WSPIHandle item) {
         WSPIVHandle version = nullptr;
         EXPECT_EQ(PDMWSPIGetCurrWSPIV(item, &version), 0);
@@ -204,10 +190,10 @@ TEST_F(Items, AbortTakesBackItemAndItsFiles) {
     WSPIHandle item = Create("doc");
     std::string added = AddFile(item);
     ASSERT_FALSE(added.empty());
-    WriteFile(added.c_str(), "draft");
+    WriteLocalFile(added.c_str(), "draft");
     std::string written = PathForWrite(item);
     ASSERT_NE(written, added);
-    WriteFile(written.c_str(), "more");
+    WriteLocalFile(written.c_str(), "more");
     ASSERT_EQ(PDMLDBAbortTransaction(ldb), 0) << DescribeTop();
     EXPECT_FALSE(fs::exists(OnDisk(added.c_str())));
     EXPECT_FALSE(fs::exists(OnDisk(written.c_str())));
@@ -276,15 +262,15 @@ TEST_F(Items, UnchangedItemGivesTheSameVersionForEachState) {
 TEST_F(Items, FilesOfOlderStatesStayOnDisk) {
     WSPIHandle item = Create("part");
     std::string added = AddFile(item);
-    WriteFile(added.c_str(), "v1");
+    WriteLocalFile(added.c_str(), "v1");
     unsigned fileVersion = 0;
     ASSERT_EQ(PDMWSPIGetCurrWSPIVFileVersion(item, &fileVersion), 0);
     EXPECT_EQ(fileVersion, 1u);
     // Two writes in the state that made the file leave one file: the first copy goes too.
     std::string w1 = PathForWrite(item);
-    WriteFile(w1.c_str(), "v2");
+    WriteLocalFile(w1.c_str(), "v2");
     std::string w2 = PathForWrite(item);
-    WriteFile(w2.c_str(), "v3");
+    WriteLocalFile(w2.c_str(), "v3");
     ASSERT_EQ(PDMWSPIGetCurrWSPIVFileVersion(item, &fileVersion), 0);
     EXPECT_EQ(fileVersion, 3u) << "each write takes a new file version";
     Reopen();
@@ -295,7 +281,7 @@ TEST_F(Items, FilesOfOlderStatesStayOnDisk) {
     item = Find("part");
     ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
     std::string w3 = PathForWrite(item);
-    WriteFile(w3.c_str(), "v4");
+    WriteLocalFile(w3.c_str(), "v4");
     Reopen();
     EXPECT_TRUE(fs::exists(OnDisk(w2.c_str()))) << "the earlier state still reads it";
     EXPECT_TRUE(fs::exists(OnDisk(w3.c_str())));
@@ -308,7 +294,7 @@ TEST_F(Items, FilesOfOlderStatesStayOnDisk) {
 TEST_F(Items, DeletingAFileKeepsWhatAnEarlierStateHolds) {
     WSPIHandle item = Create("sheet");
     std::string added = AddFile(item);
-    WriteFile(added.c_str(), "x");
+    WriteLocalFile(added.c_str(), "x");
     Commit();
     ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
     ASSERT_EQ(PDMWSPIDeleteCurrWSPIVFile(item), 0) << DescribeTop();
@@ -325,7 +311,7 @@ TEST_F(Items, DeletingAFileKeepsWhatAnEarlierStateHolds) {
     // Made and deleted in one state: nothing holds it, and it goes at commit.
     WSPIHandle other = Create("scrap");
     std::string scrap = AddFile(other);
-    WriteFile(scrap.c_str(), "y");
+    WriteLocalFile(scrap.c_str(), "y");
     ASSERT_EQ(PDMWSPIDeleteCurrWSPIVFile(other), 0);
     Commit();
     EXPECT_FALSE(fs::exists(OnDisk(scrap.c_str())));

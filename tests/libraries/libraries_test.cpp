@@ -27,15 +27,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string OnDisk(const std::string& path) {
-    std::string native(path);
-    for (char& c : native) c = c == '|' ? '/' : c;
-    return native;
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-    std::ofstream(OnDisk(path)) << content;
-}
+using testsupport::OnDisk;
+using testsupport::WriteLocalFile;
 
 class Libraries : public testsupport::DatabaseTest {
 protected:
@@ -46,16 +39,8 @@ protected:
         bracket = Create("bracket");
         bracketLong = Create("bracket-long");
     }
-    WSPIHandle Create(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceCreatePI(ws, name, "Part", &item), 0) << DescribeTop();
-        return item;
-    }
-    WSPIHandle Find(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0);
-        return item;
-    }
+    WSPIHandle Create(const char* name) { return CreateItem(ws, name); }
+    WSPIHandle Find(const char* name) { return FindItem(ws, name); }
     PDMc_WS* Model() { return reinterpret_cast<PDMc_WS*>(ws); }
     WSLILHandle MakeLibrary(const char* name, const char* fileName,
                             std::vector<WSPIHandle> members) {
@@ -132,7 +117,7 @@ TEST_F(Libraries, LibraryWithMembersAndFileSurvivesReconnect) {
     WSLILHandle library = MakeLibrary("bracket", "bracket.lib", {bracket, bracketLong});
     ASSERT_NE(library, nullptr);
     std::string file = PathForRead(library);
-    WriteFile(file, "table");
+    WriteLocalFile(file, "table");
     Reopen();
     library = FindLibrary("bracket");
     ASSERT_NE(library, nullptr);
@@ -176,10 +161,10 @@ TEST_F(Libraries, AbortTakesBackLibraryAndItsFiles) {
     ASSERT_EQ(PDMWSLILAddFile(library, &added), 0) << DescribeTop();
     std::string path = added;
     EXPECT_NE(path.find("bracket"), std::string::npos) << "the file is named after the library";
-    WriteFile(path, "draft");
+    WriteLocalFile(path, "draft");
     std::string written = PathForWrite(library);
     ASSERT_NE(written, path);
-    WriteFile(written, "more");
+    WriteLocalFile(written, "more");
     ASSERT_EQ(PDMLDBAbortTransaction(ldb), 0) << DescribeTop();
     EXPECT_FALSE(fs::exists(OnDisk(path)));
     EXPECT_FALSE(fs::exists(OnDisk(written)));
@@ -260,12 +245,12 @@ TEST_F(Libraries, RenameFollowsUndoAndRedo) {
 TEST_F(Libraries, FilesOfOlderStatesStayOnDisk) {
     WSLILHandle library = MakeLibrary("bracket", "bracket.lib", {bracket});
     std::string made = PathForRead(library);
-    WriteFile(made, "v1");
+    WriteLocalFile(made, "v1");
     // Two writes in the state that made the file leave one file: the first copy goes too.
     std::string w1 = PathForWrite(library);
-    WriteFile(w1, "v2");
+    WriteLocalFile(w1, "v2");
     std::string w2 = PathForWrite(library);
-    WriteFile(w2, "v3");
+    WriteLocalFile(w2, "v3");
     unsigned fileVersion = 0;
     ASSERT_EQ(PDMWSLILVGetFileVersion(Current(library), &fileVersion), 0);
     EXPECT_EQ(fileVersion, 3u);
@@ -280,7 +265,7 @@ TEST_F(Libraries, FilesOfOlderStatesStayOnDisk) {
     library = FindLibrary("bracket");
     ASSERT_EQ(PDMWorkspaceCreateState(ws), 0);
     std::string w3 = PathForWrite(library);
-    WriteFile(w3, "v4");
+    WriteLocalFile(w3, "v4");
     Reopen();
     EXPECT_TRUE(fs::exists(OnDisk(w2))) << "the earlier state still reads it";
     library = FindLibrary("bracket");

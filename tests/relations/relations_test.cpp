@@ -24,11 +24,7 @@ protected:
         ASSERT_NE(ws, nullptr);
         ASSERT_EQ(PDMWorkspaceCreatePI(ws, "bracket", "Part", &generic), 0) << DescribeTop();
     }
-    WSPIHandle Find(const char* name) {
-        WSPIHandle item = nullptr;
-        EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0) << DescribeTop();
-        return item;
-    }
+    WSPIHandle Find(const char* name) { return FindItem(ws, name); }
     WSPIHandle AddInstance(WSPIHandle of, const char* name, const char* type = nullptr) {
         WSPIHandle made = nullptr;
         EXPECT_EQ(PDMWSPIAddInstance(of, name, type, &made), 0) << DescribeTop();

@@ -103,6 +103,18 @@ WorkspaceHandle DatabaseTest::Reopen(const char* workspaceName) {
     return ws;
 }
 
+WSPIHandle DatabaseTest::CreateItem(WorkspaceHandle ws, const char* name, const char* type) {
+    WSPIHandle item = nullptr;
+    EXPECT_EQ(PDMWorkspaceCreatePI(ws, name, type, &item), 0) << DescribeTop();
+    return item;
+}
+
+WSPIHandle DatabaseTest::FindItem(WorkspaceHandle ws, const char* name) {
+    WSPIHandle item = nullptr;
+    EXPECT_EQ(PDMWorkspaceGetWSPIByName(ws, name, &item), 0) << DescribeTop();
+    return item;
+}
+
 WorkspaceHandle DatabaseTest::CreateWorkspace(const char* name) {
     WorkspaceHandle ws = nullptr;
     EXPECT_EQ(PDMWorkspaceCreate(ldb, name, dir.File(name).c_str(), "", &ws), 0) << DescribeTop();
@@ -117,4 +129,14 @@ std::vector<void*> testsupport::Drain(CursorHandle cursor) {
     while (PDMCursorGetNext(cursor, &element) == 0 && element != nullptr) out.push_back(element);
     PDMCursorDelete(cursor);
     return out;
+}
+
+std::string testsupport::OnDisk(const std::string& path) {
+    std::string native(path);
+    for (char& c : native) c = c == '|' ? '/' : c;
+    return native;
+}
+
+void testsupport::WriteLocalFile(const std::string& path, const std::string& content) {
+    std::ofstream(OnDisk(path)) << content;
 }

@@ -44,6 +44,10 @@ int RunInChild(const std::function<int()>& body);
 std::vector<void*> Drain(CursorHandle cursor);
 std::vector<unsigned char> ReadFileBytes(const std::string& path);
 void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& bytes);
+// The disk form of a path the library hands out, which keeps "|" as its separator, and a
+// write of content there as the client would make it.
+std::string OnDisk(const std::string& path);
+void WriteLocalFile(const std::string& path, const std::string& content);
 
 // Every test starts and ends with an empty error stack.
 class CleanStackTest : public ::testing::Test {
@@ -63,6 +67,10 @@ protected:
     WorkspaceHandle Reopen(const char* workspaceName);
     // A workspace of the name, its directory of the same name under dir; null after a failure.
     WorkspaceHandle CreateWorkspace(const char* name);
+    // An item of the workspace made through the export, and one found by name; null after a
+    // failure, which the test reports.
+    static WSPIHandle CreateItem(WorkspaceHandle ws, const char* name, const char* type = "Part");
+    static WSPIHandle FindItem(WorkspaceHandle ws, const char* name);
 
     TempDir dir;
     std::string path = dir.File("test.ldb");
