@@ -4,8 +4,8 @@
 # The shared library must export nothing but the client interface named in the version script:
 # every defined dynamic code symbol is one of its functions, every defined dynamic data symbol
 # one of its data objects (class statics compared by their demangled names), and no symbol is
-# STB_GNU_UNIQUE (that would make dlclose a no-op). A function that isn't implemented yet is
-# simply absent, which is no failure.
+# STB_GNU_UNIQUE (that would make dlclose a no-op). Every function and data object of the
+# interface must be there.
 set -euo pipefail
 export LC_ALL=C
 
@@ -99,6 +99,10 @@ fi
 
 echo "$functions functions and $data data objects exported" \
      "(the interface has ${#map_function[@]} and $((${#map_data[@]} + ${#map_cxx_data[@]})))"
+interface_data=$((${#map_data[@]} + ${#map_cxx_data[@]}))
+if [ $functions -ne ${#map_function[@]} ] || [ $data -ne $interface_data ]; then
+    violations+=("missing: $((${#map_function[@]} - functions)) functions, $((interface_data - data)) data objects")
+fi
 if [ ${#violations[@]} -ne 0 ]; then
     echo "${#violations[@]} symbols that must not be exported as they are:"
     printf '  %s\n' "${violations[@]}"

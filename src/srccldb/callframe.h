@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 
 // Held for the length of an export's body. Frames nest; the outermost export's name is kept.
 // A frame has no effect on results or on the error stack.
@@ -26,3 +27,15 @@ int32_t PDMCheckHandle(const void* handle, const char* exportName, const char* k
 
 // The result of form T: the code on top of the error stack, 0 when it is empty.
 int32_t PDMResultT();
+
+// Runs an integrity check whose findings go to standard output, and stores its boolean in
+// `*found`. Form Z, but a check that couldn't read what it was to check (an error pushed on a
+// stack that was empty) reports that error.
+template <class Check>
+int32_t PDMRunCheck(int* found, Check check) {
+    const bool clean = PDMResultT() == 0;
+    *found = check() ? 1 : 0;
+    // The findings belong before whatever the client prints next.
+    std::fflush(stdout);
+    return clean ? PDMResultT() : 0;
+}

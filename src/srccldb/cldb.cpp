@@ -102,8 +102,7 @@ int PDMLDBGetWorkspaces(LDBHandle ldb, CursorHandle* cursor) {
 int PDMLDBCheckIntegrity(LDBHandle ldb, int* found) {
     PDMCallFrame frame("PDMLDBCheckIntegrity");
     if (PDMCheckHandle(ldb, "PDMLDBCheckIntegrity", "LDBHandle")) return PDMResultT();
-    *found = ConnectionOf(ldb)->CheckIntegrity() ? 1 : 0;
-    return 0;
+    return PDMRunCheck(found, [ldb] { return ConnectionOf(ldb)->CheckIntegrity(); });
 }
 
 int PDMLDBUpgrade(const char* path) {

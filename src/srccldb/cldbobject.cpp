@@ -65,10 +65,12 @@ int PDMLDBObjectGetLDBAttribute(LDBObjectHandle handle, const char* name, PDMAtt
         return PDMResultT();
     PDMc_LDBRef* attrs = nullptr;
     if (int32_t rc = HolderOf(ObjectOf(handle), attrs)) return rc;
+    // The record is written whatever the lookup met: a name that isn't there, or a record
+    // already standing on the stack, reads as kind 0 or as the value found.
     PDMc_LDBValue found;
     if (!attrs->IsNull()) {
         nyxString key(name);
-        if (int32_t rc = LDBGetAttribute(*attrs, key.c_str(), found)) return rc;
+        LDBGetAttribute(*attrs, key.c_str(), found);
     }
     return CAPIAttrValueToC(found, value, true, kObjectVariant);
 }

@@ -170,6 +170,13 @@ int PDMWorkspaceGetUnmodifiedWSPIs(WorkspaceHandle ws, CursorHandle* cursor) {
     });
 }
 
+int PDMWorkspaceCheckIntegrity(WorkspaceHandle ws, int* found) {
+    PDMCallFrame frame("PDMWorkspaceCheckIntegrity");
+    PDMc_WS* workspace = Workspace(ws, "PDMWorkspaceCheckIntegrity");
+    if (workspace == nullptr) return PDMResultT();
+    return PDMRunCheck(found, [workspace] { return workspace->CheckIntegrity(); });
+}
+
 int PDMWorkspaceCreatePI(WorkspaceHandle ws, const char* name, const char* typeName,
                          WSPIHandle* item) {
     PDMCallFrame frame("PDMWorkspaceCreatePI");

@@ -9,6 +9,7 @@
 #include "srcldb/ldblf.h"
 #include "srcldb/ldblil.h"
 #include "srcldb/ldblilv.h"
+#include "srcldbws/wspi.h"
 
 namespace {
 
@@ -158,6 +159,34 @@ int PDMWSLILRename(WSLILHandle library, const char* name) {
     PDMCallFrame frame("PDMWSLILRename");
     PDMc_LIL* l = Library(library, "PDMWSLILRename");
     return l != nullptr ? l->Rename(name) : nyxErrorCurrentCode();
+}
+
+// The library and the member item an instance export works on; the handles are tested in
+// this order. Form D: the operation's result, or the code of the failed test.
+template <class Operation>
+int OnInstance(WSLILHandle library, WSPIHandle instance, const char* exportName,
+               Operation operation) {
+    PDMCallFrame frame(exportName);
+    PDMc_LIL* l = Library(library, exportName);
+    PDMc_WSPI* i =
+        l != nullptr ? PDMTarget<PDMc_WSPI>(instance, exportName, "WSPIHandle", kSourcePath) : nullptr;
+    return i != nullptr ? operation(l, i) : nyxErrorCurrentCode();
+}
+
+int PDMWSLILDeleteInstance(WSLILHandle library, WSPIHandle instance) {
+    return OnInstance(library, instance, "PDMWSLILDeleteInstance",
+                      [](PDMc_LIL* l, PDMc_WSPI* i) { return l->DeleteInstance(i); });
+}
+
+int PDMWSLILExtractInstance(WSLILHandle library, WSPIHandle instance) {
+    return OnInstance(library, instance, "PDMWSLILExtractInstance",
+                      [](PDMc_LIL* l, PDMc_WSPI* i) { return l->ExtractInstance(i); });
+}
+
+int PDMWSLILDeleteWithMemberWSPIs(WSLILHandle library) {
+    PDMCallFrame frame("PDMWSLILDeleteWithMemberWSPIs");
+    PDMc_LIL* l = Library(library, "PDMWSLILDeleteWithMemberWSPIs");
+    return l != nullptr ? l->DeleteWithMemberWSPIs() : nyxErrorCurrentCode();
 }
 
 // ---------------------------------------------------------------------------------------------

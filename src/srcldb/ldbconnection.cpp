@@ -323,12 +323,22 @@ PDMc_LDBObject* PDMc_LDB::CreateDepDef(const char* depClass, int32_t type) {
 nyxCollection* PDMc_LDB::Workspaces() { return RootMap(&PDMc_LDBRoot::GetWorkspaces); }
 
 bool PDMc_LDB::CheckIntegrity() {
-    PDMc_LDBMap* workspaces = RootMap(&PDMc_LDBRoot::GetWorkspaces);
-    // A database without workspaces has nothing the check could find.
-    if (workspaces == nullptr || workspaces->GetCount() == 0) return false;
-    nyxErrorPushInternal("LDB integrity check of workspaces is not available",
-                         "srcldb/ldbconnection", __LINE__);
-    return false;
+    PDMc_LDBMap* map = RootMap(&PDMc_LDBRoot::GetWorkspaces);
+    if (map == nullptr) return false;
+    // A private copy: the walk must not depend on the map it reads through.
+    nyxSingleListOf<void*> workspaces;
+    if (LDBForEachElement<PDMc_WS>(*map, [&workspaces](PDMc_WS* workspace) {
+            void* element = workspace;
+            return workspaces.Insert(&element) ? 0 : NYX_INTERNAL_ERROR("no memory for a list", "srcldb/ldbconnection");
+        }) != 0)
+        return false;
+    bool found = false;
+    // The first workspace with a finding ends the walk.
+    LDBForEachElement<PDMc_WS>(workspaces, [&found](PDMc_WS* workspace) {
+        found = workspace->CheckIntegrity();
+        return found ? 1 : 0;
+    });
+    return found;
 }
 
 void PDMc_LDB::UpgradeDatabase(const nyxString& path) {

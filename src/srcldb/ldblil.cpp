@@ -1,21 +1,30 @@
 #include "srcldb/ldblil.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <new>
+#include <vector>
 
+#include "collections/nyxhash.h"
 #include "collections/nyxlist.h"
 #include "errors/nyxerror.h"
+#include "srcldb/ldbconnection.h"
 #include "srcldb/ldbcontainer.h"
 #include "srcldb/ldblf.h"
 #include "srcldb/ldblilv.h"
 #include "srcldb/ldbluf.h"
 #include "srcldb/ldblufi.h"
 #include "srcldbws/ws.h"
+#include "srcldbws/wsgir.h"
+#include "srcldbws/wspi.h"
+#include "srcldbws/wspiv.h"
 
 namespace {
 
 const char kSourcePath[] = "srcldb/ldblil";
 
 constexpr int32_t kErrorNullArgument = 110;
+constexpr int32_t kErrorModifiedMember = 2604;
 
 // Clears `out` and adds each id of the list.
 void CopyIds(const LDBIdVector& ids, nyxCollection& out) {
@@ -215,4 +224,228 @@ int32_t PDMc_LIL::CollectEarlierFiles(nyxCollection& set) {
         }
         return 0;
     });
+}
+
+// ---------------------------------------------------------------------------------------------
+// Deletion
+
+namespace {
+
+// The current version of an item the library works on: 110 with the operation's name and
+// "WSPI" for an item deleted in this state.
+PDMc_WSPIV* MemberVersion(PDMc_WSPI* item, const char* operation) {
+    PDMc_WSPIV* version = item->GetShortcutPIV();
+    if (version == nullptr && nyxErrorStackEmpty())
+        nyxErrorReport(kErrorNullArgument, operation, "WSPI");
+    return version;
+}
+
+}  // namespace
+
+int32_t PDMc_LIL::Delete() {
+    PDMc_LILV* version = CurrentLILV("PDMc_LIL::Delete");
+    if (version == nullptr) return nyxErrorCurrentCode();
+    PDMc_LDBArray* members = version->GetWSPIs();
+    if (members != nullptr && members->GetCount() != 0)
+        return NYX_INTERNAL_ERROR("PDMc_LIL::Delete", kSourcePath);
+    PDMc_LDB* connection = PDMc_LDB::FromOwner(GetOwner());
+    if (connection == nullptr) return NYX_INTERNAL_ERROR("a library without a connection", kSourcePath);
+    // The library's own files go at commit, unless the repository or a state that an undo can
+    // return to still needs them.
+    if (version->HasFiles()) {
+        PDMc_LDBArray* files = version->GetFiles();
+        if (files == nullptr) return nyxErrorCurrentCode();
+        nyxSingleListOf<void*> earlier;
+        if (int32_t rc = CollectEarlierFiles(earlier)) return rc;
+        for (uint32_t i = 0; i < files->GetCount(); ++i) {
+            PDMc_LF* file = LDBObjectAs<PDMc_LF>(files->ObjectAt(i));
+            if (file == nullptr) {
+                if (!nyxErrorStackEmpty()) return nyxErrorCurrentCode();
+                continue;
+            }
+            if (int32_t rc = LDBQueueDeleteUnlessHeld(connection, file, earlier)) return rc;
+        }
+    }
+    PDMc_LUFLI* record = GetLUFLI();
+    if (record == nullptr) return NYX_INTERNAL_ERROR("PDMc_LIL::Delete", kSourcePath);
+    if (int32_t rc = record->RemoveFromFrame()) return rc;
+    SetShortcutLILV(nullptr);
+    return 0;
+}
+
+int32_t PDMc_LIL::ExtractInstance(PDMc_WSPI* instance) {
+    if (CurrentLILV("PDMc_LIL::ExtractInstance") == nullptr) return nyxErrorCurrentCode();
+    PDMc_WSPIV* version = MemberVersion(instance, "PDMc_LIL::ExtractInstance");
+    if (version == nullptr) return nyxErrorCurrentCode();
+    // Only a plain instance of this library leaves this way: a generic would leave its own
+    // instances without a generic.
+    if (version->GetLIL() != this || version->HasInstances() || !version->IsInstance())
+        return NYX_INTERNAL_ERROR("PDMc_LIL::ExtractInstance", kSourcePath);
+    PDMc_WSGIR* relation = version->GetGeneric();
+    if (relation == nullptr || !relation->HasGenericWSPI())
+        return NYX_INTERNAL_ERROR("PDMc_LIL::ExtractInstance", kSourcePath);
+    PDMc_WSPI* generic = relation->GetGenericWSPI();
+    if (generic == nullptr) return nyxErrorCurrentCode();
+    if (int32_t rc = generic->DeleteInstanceWSGIR(relation)) return rc;
+    if (int32_t rc = DeleteWSPIFromMembers(instance)) return rc;
+    if (generic->HasInstances() || generic->IsInstance()) return 0;
+    // The generic lost its last role, and the library has no one left to hold.
+    if (int32_t rc = DeleteWSPIFromMembers(generic)) return rc;
+    return Delete();
+}
+
+int32_t PDMc_LIL::DeleteInstance(PDMc_WSPI* instance) {
+    if (int32_t rc = instance->RefuseIfUsedWhileNew()) return rc;
+    if (int32_t rc = ExtractInstance(instance)) return rc;
+    return instance->Delete();
+}
+
+int32_t PDMc_LIL::DeleteWithMemberWSPIs() {
+    PDMc_LILV* version = CurrentLILV("PDMc_LIL::DeleteWithMemberWSPIs");
+    if (version == nullptr) return nyxErrorCurrentCode();
+    // The walks change the member array: they go over a copy of it.
+    nyxSingleListOf<void*> members;
+    if (int32_t rc = GetMembers(members)) return rc;
+    // Nothing changes until every member is known to be free to go.
+    int32_t rc = LDBForEachElement<PDMc_WSPI>(members, [](PDMc_WSPI* member) {
+        if (MemberVersion(member, "PDMc_LIL::DeleteWithMemberWSPIs") == nullptr)
+            return nyxErrorCurrentCode();
+        return member->RefuseIfUsedWhileNew();
+    });
+    if (rc != 0) return rc;
+    rc = LDBForEachElement<PDMc_WSPI>(members, [this](PDMc_WSPI* member) {
+        if (int32_t code = member->MarkModifiedInLibrary()) return code;
+        if (int32_t code = DeleteWSPIFromMemberWSPIs(member)) return code;
+        PDMc_WSPIV* current = MemberVersion(member, "PDMc_LIL::DeleteWithMemberWSPIs");
+        if (current == nullptr) return nyxErrorCurrentCode();
+        current->ClearLibraryRoles();
+        return member->Delete();
+    });
+    if (rc != 0) return rc;
+    return Delete();
+}
+
+int32_t PDMc_LIL::ReleaseMember(PDMc_WSPI* item) {
+    PDMc_WSPIV* version = MemberVersion(item, "PDMc_LIL::ReleaseMember");
+    PDMc_WS* workspace = GetWS();
+    if (version == nullptr || workspace == nullptr) return nyxErrorCurrentCode();
+    // Work not yet submitted would be lost with the item alone; the client deletes the whole
+    // library or submits first.
+    if (version->IsModified()) return nyxErrorReport(kErrorModifiedMember, item->GetName(), GetName());
+    // Letting go brings the version and the library version into this frame, but isn't a
+    // change the client made: neither's modified state rises.
+    workspace->SetAutoSetIsModified(false);
+    int32_t rc = item->MarkModifiedInLibrary();
+    if (rc == 0 && item->IsInstance()) rc = item->DetachFromGeneric();
+    if (rc == 0 && item->HasInstances()) rc = item->DetachInstances();
+    if (rc != 0) {
+        workspace->SetAutoSetIsModified(true);
+        return rc;
+    }
+    rc = DeleteWSPIFromMemberWSPIs(item);
+    PDMc_LILV* current = GetCurrentLILV();
+    PDMc_LDBArray* members = current != nullptr ? current->GetWSPIs() : nullptr;
+    // The last member takes the library with it; the item's deletion goes on whatever that
+    // gives.
+    if (current != nullptr && (members == nullptr || members->GetCount() == 0)) Delete();
+    workspace->SetAutoSetIsModified(true);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Integrity
+
+namespace {
+
+std::vector<uint32_t> SortedIds(const LDBIdVector& ids) {
+    std::vector<uint32_t> sorted;
+    sorted.reserve(ids.Count());
+    for (uint32_t i = 0; i < ids.Count(); ++i) sorted.push_back(ids.At(i));
+    std::sort(sorted.begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    return sorted;
+}
+
+bool HoldsId(const std::vector<uint32_t>& sorted, uint32_t id) {
+    return std::binary_search(sorted.begin(), sorted.end(), id);
+}
+
+const void* ItemKey(const void* element) { return element; }
+
+}  // namespace
+
+bool PDMc_LIL::CheckIntegrity() {
+    PDMc_LILV* version = GetCurrentLILV();
+    if (version == nullptr) return false;
+    const nyxString name(GetName());
+    const std::vector<uint32_t> original = SortedIds(version->GetOrigMembers());
+    const std::vector<uint32_t> removed = SortedIds(version->GetRemovedMembers());
+    // Every removed id must have been an original one; the two lists are walked in step.
+    size_t next = 0;
+    for (uint32_t id : original) {
+        if (next < removed.size() && removed[next] == id) ++next;
+    }
+    if (next < removed.size()) {
+        printf("CORRUPTION: LIL %s has id %lu as removed member and no as original member\n",
+               name.c_str(), static_cast<unsigned long>(removed[next]));
+        return true;
+    }
+
+    bool found = false;
+    nyxDerivedHashOf<void*, void*> members(nyxPointerHash, ItemKey, 16);
+    if (PDMc_LDBArray* array = version->GetWSPIs()) {
+        for (uint32_t i = 0; i < array->GetCount(); ++i) {
+            void* element = array->ObjectAt(i);
+            if (element != nullptr) members.Insert(&element);
+        }
+    }
+    // A member that came from the repository must be one of its original members; a library
+    // made here has none.
+    const bool isNew = IsNew();
+    LDBForEachElement<PDMc_WSPI>(members, [&](PDMc_WSPI* item) {
+        if (item->IsNew()) return 0;
+        if (isNew) {
+            if (!original.empty()) {
+                printf("CORRUPTION: original member list for new LIL %s is not empty\n",
+                       name.c_str());
+                found = true;
+            }
+            if (!removed.empty()) {
+                printf("CORRUPTION: removed member list for new LIL %s is not empty\n",
+                       name.c_str());
+                found = true;
+            }
+            return 0;
+        }
+        const uint32_t id = item->GetSourceId();
+        if (!HoldsId(original, id)) {
+            printf("CORRUPTION: LIL %s references non-new WSPI %s, which is not listed as an "
+                   "original member\n", name.c_str(), item->GetName().c_str());
+            found = true;
+        }
+        if (HoldsId(removed, id)) {
+            printf("CORRUPTION: LIL %s references non-new WSPI %s, which is listed as a removed "
+                   "member\n", name.c_str(), item->GetName().c_str());
+            found = true;
+        }
+        return 0;
+    });
+    // Every item that names this library as its own must be on its member list.
+    PDMc_WS* workspace = GetWS();
+    nyxSingleListOf<void*> items;
+    if (workspace != nullptr && workspace->GetWSPIs(items) == 0) {
+        LDBForEachElement<PDMc_WSPI>(items, [&](PDMc_WSPI* item) {
+            void* element = item;
+            if (item->IsLibraryMember() && item->GetLIL() == this && !members.Contains(&element)) {
+                printf("CORRUPTION: WSPI's (%s) LIL (%s) does not have this WSPI as member\n",
+                       item->GetName().c_str(), name.c_str());
+                found = true;
+            }
+            return 0;
+        });
+    }
+    // Libraries that AddInstance makes have no file until the client adds one: worth a word,
+    // not a corruption.
+    if (version->GetCurrentFile() == nullptr) printf("POSSIBLE CORRUPTION: LIL %s has no file\n", name.c_str());
+    return found;
 }

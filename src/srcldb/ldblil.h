@@ -76,6 +76,29 @@ public:
     // Every file of the library's versions in the states before the current one, once each.
     int32_t CollectEarlierFiles(nyxCollection& set);
 
+    // Deletion takes the library out of the current state only: its record leaves the current
+    // frame, its versions stay for the earlier states, and an undo brings it back. Every
+    // operation gives 0 or the code of the failure; a failure part way leaves what was done for
+    // the client to abort.
+
+    // Refused (internal error) while the library has members. Queues the deletion of the local
+    // files that no earlier state holds.
+    int32_t Delete();
+    // Deletes every member item, then the library. A new member that a dependency points at
+    // stops it (2603) before anything changes.
+    int32_t DeleteWithMemberWSPIs();
+    // Takes an instance out of the library as an ordinary item; the last instance takes the
+    // library with it, and its generic stays as an ordinary item.
+    int32_t ExtractInstance(PDMc_WSPI* instance);
+    // Extracts the instance, then deletes it; 2603 for a new one that a dependency points at.
+    int32_t DeleteInstance(PDMc_WSPI* instance);
+    // Lets go of a member that is being deleted by itself: 2604 for a modified one. The
+    // relations lose the item, and the last member takes the library with it.
+    int32_t ReleaseMember(PDMc_WSPI* item);
+    // Prints each disagreement between the library's member lists and its members' roles on
+    // standard output; true if one was a corruption.
+    bool CheckIntegrity();
+
 private:
     friend struct LDBSchema;
 

@@ -48,6 +48,9 @@ public:
     // In place.
     void SetGenericWSPI(PDMc_WSPI* item);
     void SetInstanceWSPI(PDMc_WSPI* item);
+    // Whether both sides agree with the relation, with each finding printed on standard
+    // output; true if there was one.
+    bool CheckIntegrity();
 
 private:
     friend struct LDBSchema;

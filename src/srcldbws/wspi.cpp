@@ -103,16 +103,18 @@ int32_t PDMc_WSPI::Delete() {
     PDMc_LPI* lpi = GetLPI();
     PDMc_WS* workspace = GetWS();
     if (version == nullptr || lpi == nullptr || workspace == nullptr) return nyxErrorCurrentCode();
-    // An item that never reached the repository can't leave while a current version uses it:
-    // the dependency would point at nothing a client could ever fetch.
-    if (IsNew()) {
-        nyxSingleListOf<void*> users;
-        if (int32_t rc = lpi->GetWhereUsed(users)) return rc;
-        if (!users.IsEmpty()) return nyxErrorReport(kErrorItemInUse, GetName());
+    if (int32_t rc = RefuseIfUsedWhileNew()) return rc;
+    // A library member leaves by its library's release, which decides whether it may go; the
+    // release may bring the version into this frame.
+    if (version->IsLibraryMember()) {
+        PDMc_LIL* library = version->GetLIL();
+        if (library == nullptr)
+            return nyxErrorStackEmpty() ? NYX_INTERNAL_ERROR("PDMc_WSPI::Delete", kSourcePath)
+                                        : nyxErrorCurrentCode();
+        if (int32_t rc = library->ReleaseMember(this)) return rc;
+        version = GetShortcutPIV();
+        if (version == nullptr) return NYX_INTERNAL_ERROR("PDMc_WSPI::Delete", kSourcePath);
     }
-    // A library member leaves by its library's release, which decides whether it may go; until
-    // the library model can release one, a member isn't taken from under its library.
-    if (version->IsLibraryMember()) return NYX_INTERNAL_ERROR("PDMc_WSPI::Delete", kSourcePath);
     if (int32_t rc = version->DeleteOwnFiles()) return rc;
     // The children are read before the record lets the version go.
     nyxSingleListOf<void*> children;
@@ -137,6 +139,15 @@ int32_t PDMc_WSPI::Delete() {
         return 0;
     });
     return 0;
+}
+
+int32_t PDMc_WSPI::RefuseIfUsedWhileNew() {
+    if (!IsNew()) return 0;
+    PDMc_LPI* lpi = GetLPI();
+    if (lpi == nullptr) return nyxErrorCurrentCode();
+    nyxSingleListOf<void*> users;
+    if (int32_t rc = lpi->GetWhereUsed(users)) return rc;
+    return users.IsEmpty() ? 0 : nyxErrorReport(kErrorItemInUse, GetName());
 }
 
 PDMc_WSPIV* PDMc_WSPI::ModifiedWSPIV(PDMc_WSPIV* version) {

@@ -60,8 +60,11 @@ public:
     // 1905 for a name in use, the item's own included. Only the current frame's index changes.
     int32_t Rename(const char* newName);
     // Empties the item's record in the current frame; earlier frames keep theirs, so an undo
-    // brings the same item back.
+    // brings the same item back. A library member leaves its library first.
     int32_t Delete();
+    // 2603 for a new item that a dependency of a current version points at: it can't go, as the
+    // dependency would point at nothing a client could ever fetch. 0 otherwise.
+    int32_t RefuseIfUsedWhileNew();
 
     // The gate of every write of a version: the version to write, which is a copy made for the
     // current frame when `version` belongs to an earlier one. Null after a failure; only the
@@ -109,6 +112,9 @@ public:
     int32_t GetWSPIVs(nyxCollection& out);
     // Every file record of the item's versions in the states before the current one, once each.
     int32_t CollectEarlierFiles(nyxCollection& set);
+    // Whether the item's library role fits its library and relations, with each finding
+    // printed on standard output; true if there was one.
+    bool CheckIntegrity();
 
 private:
     friend struct LDBSchema;

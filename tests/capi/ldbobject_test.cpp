@@ -128,6 +128,13 @@ TEST_F(Objects, EveryValueKindSurvivesCommitAndReconnect) {
     got.kind = 99;
     ASSERT_EQ(PDMLDBObjectGetLDBAttribute(part, "absent", &got), 0);
     EXPECT_EQ(got.kind, PDM_ATTR_NONE);
+    // A record left on the stack is reported, and the value is read all the same.
+    EXPECT_EQ(PDMLDBObjectGetType(nullptr, &type), 110);
+    got.kind = 99;
+    EXPECT_EQ(PDMLDBObjectGetLDBAttribute(part, "count", &got), 110);
+    EXPECT_EQ(got.kind, PDM_ATTR_INTEGER);
+    EXPECT_EQ(got.value.i, -42);
+    PDMErrorClearStack();
 
     // Names, counted first, then listed.
     int count = -1;

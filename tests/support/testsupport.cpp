@@ -1,6 +1,8 @@
 #include "testsupport.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -11,6 +13,8 @@
 
 #include "errors/nyxerror.h"
 #include "marrows/marrows.h"
+#include "srcldb/ldbschema.h"
+#include "srcldb/ldbstglayout.h"
 
 namespace testsupport {
 
@@ -139,4 +143,36 @@ std::string testsupport::OnDisk(const std::string& path) {
 
 void testsupport::WriteLocalFile(const std::string& path, const std::string& content) {
     std::ofstream(OnDisk(path)) << content;
+}
+
+void* testsupport::MemberField(PDMc_LDBObject* object, const char* name) {
+    static const LDBStorageLayout* layout = [] {
+        LDBStorageLayout* made = new LDBStorageLayout;
+        LDBDefineSchema(*made);
+        return made;
+    }();
+    const LDBClassDescriptor* descriptor = layout->CurrentClass(object->GetTypeCode());
+    const LDBMemberDescriptor* member = descriptor != nullptr ? descriptor->FindMember(name) : nullptr;
+    if (member == nullptr) {
+        ADD_FAILURE() << "no stored member " << name;
+        std::abort();
+    }
+    object->MarkModified();
+    return member->GetPlace().FieldIn(object);
+}
+
+std::string testsupport::CaptureStdout(const std::function<void()>& body) {
+    std::fflush(stdout);
+    TempDir dir;
+    std::string file = dir.File("stdout");
+    int target = open(file.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+    int saved = dup(STDOUT_FILENO);
+    dup2(target, STDOUT_FILENO);
+    close(target);
+    body();
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }

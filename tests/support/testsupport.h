@@ -11,6 +11,7 @@
 #include "marrows/marrows.h"
 
 struct nyxError;
+class PDMc_LDBObject;
 
 namespace testsupport {
 
@@ -48,6 +49,22 @@ void WriteFileBytes(const std::string& path, const std::vector<unsigned char>& b
 // write of content there as the client would make it.
 std::string OnDisk(const std::string& path);
 void WriteLocalFile(const std::string& path, const std::string& content);
+
+// A stored member of an object, found by name through the storage layout and marked modified,
+// for tests that damage a model on purpose. T is the type the member is held in: uint8_t for a
+// boolean, PDMc_LDBRef for a reference, LDBIdArrayRep for a list of ids.
+void* MemberField(PDMc_LDBObject* object, const char* name);
+template <class T>
+T& Field(PDMc_LDBObject* object, const char* name) {
+    return *static_cast<T*>(MemberField(object, name));
+}
+template <class T, class Handle>
+T& Field(Handle* handle, const char* name) {
+    return Field<T>(reinterpret_cast<PDMc_LDBObject*>(handle), name);
+}
+
+// What body prints on standard output, through the C streams or the descriptor.
+std::string CaptureStdout(const std::function<void()>& body);
 
 // Every test starts and ends with an empty error stack.
 class CleanStackTest : public ::testing::Test {
