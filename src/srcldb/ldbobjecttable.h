@@ -7,32 +7,59 @@
 
 #include <cstdint>
 
-#include "collections/nyxhash.h"
 #include "collections/nyxlist.h"
 
 class PDMc_LDBObject;
 
 class LDBObjectTable {
 public:
-    // Sized so that ordinary stores never rehash it.
-    static constexpr int32_t kInitialSize = 10000;
+    LDBObjectTable() = default;
+    ~LDBObjectTable();
+    LDBObjectTable(const LDBObjectTable&) = delete;
+    LDBObjectTable& operator=(const LDBObjectTable&) = delete;
 
-    LDBObjectTable() : m_table(nyxWordHash, kInitialSize) {}
-
-    PDMc_LDBObject* Find(uint32_t address) {
-        PDMc_LDBObject** found = m_table.Find(address);
-        return found != nullptr ? *found : nullptr;
+    PDMc_LDBObject* Find(uint32_t address) const {
+        if (m_slots == nullptr) return nullptr;
+        for (uint32_t i = Home(address);; i = (i + 1) & m_mask) {
+            if (m_slots[i].address == address) return m_slots[i].object;
+            if (m_slots[i].address == 0) return nullptr;
+        }
     }
-    bool Contains(uint32_t address) { return m_table.ContainsKey(&address); }
-    // False when there is no memory for the entry.
-    bool Put(uint32_t address, PDMc_LDBObject* object) { return m_table.Put(address, object); }
-    void Remove(uint32_t address) { m_table.RemoveKey(&address, 1); }
-    uint32_t Count() const { return m_table.GetCount(); }
-    // Destroys every object in table order and empties the table.
+    bool Contains(uint32_t address) const { return Find(address) != nullptr; }
+    // False for an address that has an object already, or when there is no memory.
+    bool Put(uint32_t address, PDMc_LDBObject* object);
+    void Remove(uint32_t address);
+    uint32_t Count() const { return m_count; }
+    // The used length of the store, which the table's first block is sized to span. The block
+    // is zeroed memory that the system provides as it is touched, so a span costs nothing
+    // until objects fill it.
+    void SetSpan(uint32_t top) { m_span = top; }
+    // Destroys every object and empties the table.
     void DestroyAll();
 
 private:
-    nyxHashMapOf<uint32_t, PDMc_LDBObject*> m_table;
+    // Open addressing with linear probing over a power-of-two block, at most half full: a
+    // lookup of a loaded object touches one or two slots. Address 0 is no object's and marks an
+    // empty slot. Which slot an object lands in reaches nothing outside this class.
+    struct Slot {
+        uint32_t address;
+        PDMc_LDBObject* object;
+    };
+    static constexpr uint32_t kFirstCapacity = 1024;
+    static constexpr uint32_t kLargestSpanCapacity = 1u << 24;
+
+    uint32_t Home(uint32_t address) const {
+        // A slot for every eight bytes of the store: objects that are neighbours in the file,
+        // and so are mostly loaded and looked up together, are neighbours here too, and runs
+        // stay short as the table spans the whole store.
+        return (address >> 3) & m_mask;
+    }
+    bool Grow();
+
+    Slot* m_slots = nullptr;
+    uint32_t m_mask = 0;
+    uint32_t m_count = 0;
+    uint32_t m_span = 0;
 };
 
 class LDBModifiedList {

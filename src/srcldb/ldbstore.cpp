@@ -31,6 +31,7 @@ bool LDBStore::Valid() const {
 void LDBStore::TakeFromHeader(const LDBHeader& header) {
     m_version = header.m_version;
     m_top = header.m_top;
+    m_objects.SetSpan(m_top);
     SetRootAddress(header.m_root);
     m_stamp = header.m_stamp;
 }
