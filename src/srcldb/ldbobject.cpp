@@ -1,8 +1,18 @@
 #include "srcldb/ldbobject.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#define LDB_POISON(address, size) ASAN_POISON_MEMORY_REGION((address), (size))
+#else
+#define LDB_POISON(address, size) ((void)(address), (void)(size))
+#endif
 
 #include "errors/nyxerror.h"
+#include "srcldb/ldbarena.h"
 #include "srcldb/ldbobjectowner.h"
 #include "srcldb/ldbroot.h"
 
@@ -60,6 +70,56 @@ PDMc_LDBObject::PDMc_LDBObject(const PDMc_LDBObject& other)
 }
 
 PDMc_LDBObject::~PDMc_LDBObject() = default;
+
+namespace {
+
+// The word in front of every object, padded so that the object keeps the alignment of the
+// memory it lies in.
+constexpr std::size_t kOriginSize = LDBArena::kAlignment;
+constexpr uint64_t kFromHeap = 0x6d61727277686561ull;
+constexpr uint64_t kFromArena = 0x6d61727277617265ull;
+
+void* Mark(void* memory, uint64_t origin) {
+    if (memory == nullptr) return nullptr;
+    *static_cast<uint64_t*>(memory) = origin;
+    return static_cast<char*>(memory) + kOriginSize;
+}
+
+}  // namespace
+
+void* PDMc_LDBObject::operator new(std::size_t size) {
+    void* object = operator new(size, std::nothrow);
+    if (object == nullptr) throw std::bad_alloc();
+    return object;
+}
+
+void* PDMc_LDBObject::operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Mark(std::malloc(kOriginSize + size), kFromHeap);
+}
+
+void* PDMc_LDBObject::operator new(std::size_t size, LDBArena& arena) noexcept {
+    return Mark(arena.Allocate(kOriginSize + size), kFromArena);
+}
+
+void PDMc_LDBObject::operator delete(void* object, std::size_t size) noexcept {
+    if (object == nullptr) return;
+    char* memory = static_cast<char*>(object) - kOriginSize;
+    if (*reinterpret_cast<uint64_t*>(memory) == kFromHeap) {
+        std::free(memory);
+        return;
+    }
+    // The arena takes its memory back with the store's cache; until then a use of the dead
+    // object is a fault the sanitizer is to see.
+    LDB_POISON(memory, kOriginSize + size);
+}
+
+void PDMc_LDBObject::operator delete(void* object, const std::nothrow_t&) noexcept {
+    if (object != nullptr) std::free(static_cast<char*>(object) - kOriginSize);
+}
+
+void PDMc_LDBObject::operator delete(void* object, LDBArena&) noexcept {
+    if (object != nullptr) LDB_POISON(static_cast<char*>(object) - kOriginSize, kOriginSize);
+}
 
 FILE* PDMc_LDBObject::Dump(FILE* out) const {
     uint8_t code = GetTypeCode();

@@ -12,11 +12,14 @@
 // Commit and abort clear the flags (through the store); the object itself only raises them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 
 #include "nyxstring.h"
 
+class LDBArena;
 class LDBObjectOwner;
 class PDMc_LDBRef;
 
@@ -52,6 +55,15 @@ constexpr uint32_t LDB_OBJECT_DELETED = 0x40000;
 
 class PDMc_LDBObject {
 public:
+    // An object comes from the heap, or from the arena of the store that loads it, and a word
+    // in front of it tells delete which; the arena gives its memory back all at once.
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t size, LDBArena& arena) noexcept;
+    static void operator delete(void* object, std::size_t size) noexcept;
+    static void operator delete(void* object, const std::nothrow_t&) noexcept;
+    static void operator delete(void* object, LDBArena& arena) noexcept;
+
     // The form the factory uses: owner, address and header word are filled in afterwards.
     PDMc_LDBObject();
     // A new object: no address, the new flag, and at once on the owner's modified list.
@@ -102,7 +114,7 @@ protected:
     void SetOwner(LDBObjectOwner* owner) { m_owner = owner; }
 
 private:
-    friend PDMc_LDBObject* CreateObjectOfType(LDBObjectOwner*, uint32_t, uint32_t);
+    friend PDMc_LDBObject* CreateObjectOfType(LDBObjectOwner*, uint32_t, uint32_t, LDBArena*);
 
     LDBObjectOwner* m_owner;
     uint32_t m_storage_address;
@@ -110,9 +122,10 @@ private:
 };
 
 // The factory behind every load: an empty object of the class of a stored type code, with no
-// flag set, or null for a code that names no stored class.
+// flag set, in the arena if one is given, else on the heap; null for a code that names no stored
+// class.
 PDMc_LDBObject* CreateObjectOfType(LDBObjectOwner* owner, uint32_t typeCode,
-                                   uint32_t classVersion);
+                                   uint32_t classVersion, LDBArena* arena = nullptr);
 
 // The object if it is of the class with the type code. Null for null, which with `required` is
 // an error (a container's element that can't be loaded shows as null); null after an internal

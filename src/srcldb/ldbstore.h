@@ -17,6 +17,7 @@
 #include "ldbheader.h"
 #include "ldbstgfile.h"
 #include "nyxstring.h"
+#include "srcldb/ldbarena.h"
 #include "srcldb/ldbobjecttable.h"
 #include "srcldb/ldbobjectowner.h"
 #include "srcldb/ldbref.h"
@@ -188,6 +189,8 @@ private:
     uint32_t m_stamp;          // m_stamp as last read or written; 0 before the first transaction
     PDMc_LDBRef m_root;
     uint32_t m_top;
+    // Where the objects loaded from the file live: it outlives the table, which holds them.
+    LDBArena m_arena;
     LDBObjectTable m_objects;
     LDBModifiedList m_modified;  // in the order of first change within the transaction
     bool m_in_transaction;

@@ -32,7 +32,7 @@ PDMc_LDBObject* LDBStore::FindOrLoadObject(uint32_t address) {
     LDBPoolCursor cursor(this, address);
     uint8_t head[kRecordHeadSize];
     if (cursor.ReadBytes(head, kRecordHeadSize) != 0) return nullptr;
-    PDMc_LDBObject* object = CreateObjectOfType(m_object_owner, head[0], head[1]);
+    PDMc_LDBObject* object = CreateObjectOfType(m_object_owner, head[0], head[1], &m_arena);
     if (object == nullptr) return nullptr;  // no class of that code: the reference stays unresolved
     const LDBClassDescriptor* descriptor = DescriptorOf(head[0]);
     // A record that would run past the store's data is damage, not an object.
@@ -144,6 +144,8 @@ void LDBStore::ClearCache() {
     }
     m_modified.Clear();
     m_objects.DestroyAll();
+    // Every object of the arena was in the table.
+    m_arena.Release();
 }
 
 LDBObjectTable::~LDBObjectTable() { std::free(m_slots); }
