@@ -50,14 +50,17 @@ private:
 
     uint32_t Home(uint32_t address) const {
         // A slot for every eight bytes of the store: objects that are neighbours in the file,
-        // and so are mostly loaded and looked up together, are neighbours here too, and runs
-        // stay short as the table spans the whole store.
-        return (address >> 3) & m_mask;
+        // and so are mostly loaded and looked up together, are neighbours here too. A store
+        // longer than the table laps it; each lap starts at a scattered offset, so that the
+        // dense stretches of different laps don't pile up on the same slots.
+        uint32_t unit = address >> 3;
+        return (unit + (unit >> m_bits) * 0x9E3779B1u) & m_mask;
     }
     bool Grow();
 
     Slot* m_slots = nullptr;
     uint32_t m_mask = 0;
+    uint32_t m_bits = 0;  // log2 of the capacity
     uint32_t m_count = 0;
     uint32_t m_span = 0;
 };

@@ -174,6 +174,8 @@ bool LDBObjectTable::Grow() {
     uint32_t oldCapacity = old == nullptr ? 0 : m_mask + 1;
     m_slots = slots;
     m_mask = capacity - 1;
+    m_bits = 0;
+    while ((1u << m_bits) < capacity) ++m_bits;
     for (uint32_t j = 0; j < oldCapacity; ++j) {
         if (old[j].address == 0) continue;
         uint32_t i = Home(old[j].address);
@@ -212,5 +214,6 @@ void LDBObjectTable::DestroyAll() {
     std::free(m_slots);
     m_slots = nullptr;
     m_mask = 0;
+    m_bits = 0;
     m_count = 0;
 }
