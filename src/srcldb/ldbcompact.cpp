@@ -16,7 +16,6 @@
 namespace {
 
 const char kSource[] = "srcldb/ldbcompact";
-constexpr int32_t kAddressMapSize = 10000;
 constexpr uint8_t kFirstClassCode = 64;
 constexpr uint8_t kBlockFormBits = 0x30;
 // The kinds of an attribute value that hold an address: a string's block, an object.
@@ -137,7 +136,7 @@ int32_t LDBCompactDatabase(const nyxString& path, const LDBStorageLayout& layout
 LDBCompactor::LDBCompactor(LDBStore* source)
     : m_source(source), m_target(nullptr), m_first_record(nullptr), m_record_count(0),
       m_next_address(0), m_source_cursor(nullptr), m_target_cursor(nullptr),
-      m_address_map(nyxWordHash, kAddressMapSize), m_path(nullptr), m_path_depth(0),
+      m_path(nullptr), m_path_depth(0),
       m_path_room(0) {}
 
 LDBCompactor::~LDBCompactor() {
@@ -202,6 +201,7 @@ int32_t LDBCompactor::RewriteStore(PDMLDBCompactOptions* options) {
     const uint32_t root = m_source->RootAddress();
     uint32_t newRoot = 0;
     m_next_address = root != 0 ? root : LDB_HEADER_SIZE;
+    m_address_map.SetSpan(m_source->Top());
     if (nyxErrorStackEmpty() && root != 0) CopyFrom(root, newRoot);
 
     LDBStore* target = m_target;

@@ -13,9 +13,9 @@
 
 #include <cstdint>
 
-#include "collections/nyxhash.h"
 #include "marrows/marrows.h"
 #include "nyxstring.h"
+#include "srcldb/ldbaddrtable.h"
 
 class LDBClassDescriptor;
 class LDBCopyRecord;
@@ -69,7 +69,7 @@ private:
     uint32_t m_next_address;
     LDBPoolCursor* m_source_cursor;
     LDBPoolCursor* m_target_cursor;
-    nyxHashMapOf<uint32_t, uint32_t> m_address_map;  // source address of an object to target
+    LDBAddressTable<uint32_t> m_address_map;  // source address of an object to target
     // The records begun and not yet written, innermost last: the walk's explicit stack.
     LDBCopyRecord** m_path;
     uint32_t m_path_depth;

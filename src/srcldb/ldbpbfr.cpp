@@ -13,15 +13,12 @@ const char kSource[] = "srcldb/ldbpbfr";
 // Eviction classes, tried in this order: a page that was rewritten as a whole is done with
 // (it was filled by a sequential write), a clean page costs nothing to drop, and a partly
 // written page is the one most likely to be written again.
-enum class EvictionClass { kFullyWritten, kClean, kPartlyWritten };
+// The classes of eviction, in the order they give up a page.
+enum EvictionClass { kFullyWritten, kClean, kPartlyWritten, kEvictionClasses };
 
-bool InClass(const LDBPageBuffer* page, EvictionClass wanted) {
-    switch (wanted) {
-        case EvictionClass::kFullyWritten: return page->Modified() && page->WriteCount() >= LDB_PAGE_SIZE;
-        case EvictionClass::kClean: return !page->Modified();
-        case EvictionClass::kPartlyWritten: return page->Modified() && page->WriteCount() < LDB_PAGE_SIZE;
-    }
-    return false;
+EvictionClass ClassOf(const LDBPageBuffer* page) {
+    if (!page->Modified()) return kClean;
+    return page->WriteCount() >= LDB_PAGE_SIZE ? kFullyWritten : kPartlyWritten;
 }
 }  // namespace
 
@@ -200,15 +197,16 @@ void LDBPagePool::Unlink(LDBPageBuffer* page) {
 }
 
 LDBPageBuffer* LDBPagePool::PickVictim() const {
-    for (EvictionClass wanted : {EvictionClass::kFullyWritten, EvictionClass::kClean,
-                                 EvictionClass::kPartlyWritten}) {
-        LDBPageBuffer* oldest = nullptr;
-        for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next) {
-            if (page->m_pin_count != 0 || !InClass(page, wanted)) continue;
-            if (oldest == nullptr || page->m_use_stamp < oldest->m_use_stamp) oldest = page;
-        }
-        if (oldest != nullptr) return oldest;
+    // One walk finds the oldest unpinned page of every class; the first in list order wins a
+    // tie, as a walk per class would give.
+    LDBPageBuffer* oldest[kEvictionClasses] = {nullptr, nullptr, nullptr};
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next) {
+        if (page->m_pin_count != 0) continue;
+        LDBPageBuffer*& candidate = oldest[ClassOf(page)];
+        if (candidate == nullptr || page->m_use_stamp < candidate->m_use_stamp) candidate = page;
     }
+    for (LDBPageBuffer* page : oldest)
+        if (page != nullptr) return page;
     return nullptr;
 }
 

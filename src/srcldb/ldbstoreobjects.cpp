@@ -1,7 +1,6 @@
 // The store's side of the object model: the object table, loading, writing back, rereading
 // and sizing of objects. Objects are moved member by member through a pool cursor, driven by
 // their class descriptor; a record carries its class code and version in front.
-#include <cstdlib>
 #include <new>
 
 #include "errors/nyxerror.h"
@@ -148,72 +147,8 @@ void LDBStore::ClearCache() {
     m_arena.Release();
 }
 
-LDBObjectTable::~LDBObjectTable() { std::free(m_slots); }
-
-bool LDBObjectTable::Put(uint32_t address, PDMc_LDBObject* object) {
-    if (address == 0) return false;
-    if ((m_count + 1) * 2 > m_mask + 1 && !Grow()) return false;
-    uint32_t i = Home(address);
-    for (; m_slots[i].address != 0; i = (i + 1) & m_mask) {
-        if (m_slots[i].address == address) return false;
-    }
-    m_slots[i] = Slot{address, object};
-    ++m_count;
-    return true;
-}
-
-bool LDBObjectTable::Grow() {
-    uint32_t capacity = kFirstCapacity;
-    while (m_slots == nullptr && capacity < kLargestSpanCapacity && capacity < m_span / 8)
-        capacity *= 2;
-    if (m_slots != nullptr) capacity = (m_mask + 1) * 2;
-    if (capacity == 0) return false;
-    Slot* slots = static_cast<Slot*>(std::calloc(capacity, sizeof(Slot)));
-    if (slots == nullptr) return false;
-    Slot* old = m_slots;
-    uint32_t oldCapacity = old == nullptr ? 0 : m_mask + 1;
-    m_slots = slots;
-    m_mask = capacity - 1;
-    m_bits = 0;
-    while ((1u << m_bits) < capacity) ++m_bits;
-    for (uint32_t j = 0; j < oldCapacity; ++j) {
-        if (old[j].address == 0) continue;
-        uint32_t i = Home(old[j].address);
-        while (m_slots[i].address != 0) i = (i + 1) & m_mask;
-        m_slots[i] = old[j];
-    }
-    std::free(old);
-    return true;
-}
-
-void LDBObjectTable::Remove(uint32_t address) {
-    if (m_slots == nullptr || address == 0) return;
-    uint32_t i = Home(address);
-    while (m_slots[i].address != address) {
-        if (m_slots[i].address == 0) return;
-        i = (i + 1) & m_mask;
-    }
-    // Backward shift: each later entry of the run moves into the hole if its home allows it,
-    // so that no lookup meets an empty slot before its entry.
-    for (uint32_t j = (i + 1) & m_mask; m_slots[j].address != 0; j = (j + 1) & m_mask) {
-        uint32_t home = Home(m_slots[j].address);
-        bool movable = i <= j ? (home <= i || home > j) : (home <= i && home > j);
-        if (!movable) continue;
-        m_slots[i] = m_slots[j];
-        i = j;
-    }
-    m_slots[i] = Slot{0, nullptr};
-    --m_count;
-}
-
 void LDBObjectTable::DestroyAll() {
     // An object's destructor doesn't touch the table, so the walk stays valid.
-    for (uint32_t i = 0; m_slots != nullptr && i <= m_mask; ++i) {
-        if (m_slots[i].address != 0) delete m_slots[i].object;
-    }
-    std::free(m_slots);
-    m_slots = nullptr;
-    m_mask = 0;
-    m_bits = 0;
-    m_count = 0;
+    m_table.ForEach([](PDMc_LDBObject* object) { delete object; });
+    m_table.Clear();
 }
