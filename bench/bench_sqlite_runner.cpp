@@ -40,7 +40,8 @@ int ReadAllChild(const std::string& tag, const std::string& path, const std::str
     Outcome outcome = engine->ReadAll(path, &sum);
     switch (outcome.status) {
         case Outcome::kDone:
-            std::printf("done %.9f %s\n", outcome.seconds, sum.Text().c_str());
+            std::printf("done %.9f %llu %s\n", outcome.seconds,
+                        static_cast<unsigned long long>(PeakMemory()), sum.Text().c_str());
             break;
         case Outcome::kMissing:
             std::printf("missing %s\n", outcome.note.c_str());
@@ -71,19 +72,23 @@ Outcome ReadInChild(const Config& config, const Engine& engine, const std::strin
     if (word == "missing") return Outcome::Missing(rest);
     if (word == "failed") return Outcome::Failed(rest);
     double seconds = 0;
+    unsigned long long peak = 0;
     std::istringstream numbers(rest);
-    numbers >> seconds;
+    numbers >> seconds >> peak;
     std::string checksum;
     std::getline(numbers >> std::ws, checksum);
     if (word != "done" || !Checksum::Parse(checksum, sum)) {
         return Outcome::Failed("the reading process printed: " + output);
     }
-    return Outcome::Done(seconds);
+    Outcome done = Outcome::Done(seconds);
+    done.peak_memory = peak;
+    return done;
 }
 
 void Record(Cell* cell, const Outcome& outcome) {
     if (outcome.status == Outcome::kDone) {
         if (cell->status == Outcome::kDone) cell->times.push_back(outcome.seconds);
+        cell->peak_memory = std::max(cell->peak_memory, outcome.peak_memory);
         return;
     }
     // A failure outranks a missing export, which outranks a time.
@@ -111,12 +116,12 @@ public:
     // those after it have nothing to work on.
     void Run() {
         engine_.Remove(path_);
-        Outcome bulk = engine_.Bulk(path_, config_.sizes);
+        Outcome bulk = Measured([&] { return engine_.Bulk(path_, config_.sizes); });
         Note(kBulk, bulk);
         if (!bulk.ok()) return SkipFrom(kSmallCommits, bulk);
         cell(kBulk).size_after = engine_.FileBytes(path_);
 
-        Outcome commits = engine_.SmallCommits(path_, config_.sizes);
+        Outcome commits = Measured([&] { return engine_.SmallCommits(path_, config_.sizes); });
         Note(kSmallCommits, commits);
         cell(kSmallCommits).size_after = engine_.FileBytes(path_);
         if (commits.status == Outcome::kFailed) return SkipFrom(kColdRead, commits);
@@ -132,7 +137,8 @@ public:
         Note(kColdRead, cold);
 
         int64_t total = 0;
-        Outcome warm = engine_.WarmReads(path_, config_.sizes, &total);
+        Outcome warm =
+            Measured([&] { return engine_.WarmReads(path_, config_.sizes, &total); });
         if (warm.ok() && total != ExpectedWarmTotal(config_.sizes, counts)) {
             warm = Outcome::Failed("the warm reads added up to " + std::to_string(total));
         }
@@ -140,7 +146,7 @@ public:
 
         Outcome reclaim = engine_.ReplaceHalf(path_, config_.sizes);
         cell(kReclaim).size_before = engine_.FileBytes(path_);
-        if (reclaim.ok()) reclaim = engine_.Reclaim(path_);
+        if (reclaim.ok()) reclaim = Measured([&] { return engine_.Reclaim(path_); });
         cell(kReclaim).size_after = engine_.FileBytes(path_);
         if (reclaim.ok() && verify_reclaim_) {
             // Reclaiming space must not change a value. One full read more is slow on a
@@ -166,6 +172,14 @@ public:
     }
 
 private:
+    // A workload of this process, with the peak of resident memory it reached.
+    template <class Work>
+    static Outcome Measured(Work work) {
+        ResetPeakMemory();
+        Outcome outcome = work();
+        outcome.peak_memory = PeakMemory();
+        return outcome;
+    }
     Cell& cell(Workload workload) { return report_->cells[workload]; }
     void Note(Workload workload, const Outcome& outcome) {
         Record(&cell(workload), outcome);
@@ -266,6 +280,7 @@ std::string RenderReport(const Report& report, const Config& config) {
         if (ours >= 0 && static_cast<int>(e) != ours) header.push_back("ratio");
     }
     for (const EngineReport& engine : report.engines) header.push_back("file, " + engine.name);
+    for (const EngineReport& engine : report.engines) header.push_back("peak, " + engine.name);
     Table table(header);
 
     const std::string labels[kWorkloadCount] = {
@@ -288,6 +303,10 @@ std::string RenderReport(const Report& report, const Config& config) {
         for (const EngineReport& engine : report.engines) {
             row.push_back(SizeText(engine.cells[w], static_cast<Workload>(w)));
         }
+        for (const EngineReport& engine : report.engines) {
+            const Cell& cell = engine.cells[w];
+            row.push_back(cell.ran() && cell.peak_memory != 0 ? FormatBytes(cell.peak_memory) : "");
+        }
         table.AddRow(row);
     }
 
@@ -296,6 +315,8 @@ std::string RenderReport(const Report& report, const Config& config) {
     if (ours >= 0 && report.engines.size() > 1) {
         out += "ratio: marrows time / the time to its left; above 1, marrows is slower.\n";
     }
+    out += "peak: the most memory resident in the process during the workload, the program and "
+           "the engine's library included; the cold read's is its own new process's.\n";
     if (!report.fsync_times.empty()) {
         double floor = Median(report.fsync_times);
         auto range = std::minmax_element(report.fsync_times.begin(), report.fsync_times.end());

@@ -30,6 +30,7 @@ struct Cell {
     std::string note;           // why it is missing or failed
     uint64_t size_before = 0;   // the files before the reclaim
     uint64_t size_after = 0;    // the files after the workload, in the last run
+    uint64_t peak_memory = 0;   // the process's peak resident memory over all runs
     bool ran() const { return status == Outcome::kDone && !times.empty(); }
 };
 

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <fstream>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/utsname.h>
@@ -141,6 +142,34 @@ std::string Now() {
     char text[32];
     std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &local);
     return text;
+}
+
+}  // namespace sqlitebench
+
+namespace sqlitebench {
+
+void ResetPeakMemory() {
+    // Memory that an earlier workload freed stays with the allocator unless it is handed back,
+    // and would count again.
+    malloc_trim(0);
+    // Writing 5 to clear_refs resets the high-water mark of the resident set (Linux).
+    std::FILE* file = std::fopen("/proc/self/clear_refs", "w");
+    if (file == nullptr) return;
+    std::fputs("5", file);
+    std::fclose(file);
+}
+
+uint64_t PeakMemory() {
+    std::FILE* file = std::fopen("/proc/self/status", "r");
+    if (file == nullptr) return 0;
+    char line[256];
+    uint64_t kib = 0;
+    while (std::fgets(line, sizeof line, file) != nullptr) {
+        unsigned long long value = 0;
+        if (std::sscanf(line, "VmHWM: %llu kB", &value) == 1) kib = value;
+    }
+    std::fclose(file);
+    return kib * 1024;
 }
 
 }  // namespace sqlitebench

@@ -40,6 +40,12 @@ std::string MachineDescription(const std::string& folder);
 // The local date and time, "2024-05-01 14:03".
 std::string Now();
 
+// The peak resident memory of this process since the last reset (or its start), in bytes; 0
+// where the system doesn't tell. The reset lowers the mark to what is resident now, so that
+// the peak of one workload can be told from those before it.
+void ResetPeakMemory();
+uint64_t PeakMemory();
+
 }  // namespace sqlitebench
 
 #endif

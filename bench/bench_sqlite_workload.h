@@ -66,6 +66,7 @@ struct Outcome {
     Status status = kFailed;
     double seconds = 0;
     std::string note;  // the missing exports, or what failed
+    uint64_t peak_memory = 0;  // resident bytes at most, 0 if unknown
     static Outcome Done(double seconds) { return Outcome{kDone, seconds, ""}; }
     static Outcome Missing(const std::string& what) { return Outcome{kMissing, 0, what}; }
     static Outcome Failed(const std::string& what) { return Outcome{kFailed, 0, what}; }
