@@ -4,6 +4,8 @@
 
 #include <ctime>
 
+#include "platform/pclock.h"
+
 namespace {
 // mktime as a 32-bit runtime gives it: -1 outside 1970-01-01 to 2038-01-19.
 int64_t MakeTime32(std::tm* tm) {
@@ -21,7 +23,7 @@ bool BreakDown(int64_t value, PDMZone zone, std::tm& out) {
 }
 }  // namespace
 
-int32_t PDMDateTimeNow() { return static_cast<int32_t>(std::time(nullptr)); }
+int32_t PDMDateTimeNow() { return static_cast<int32_t>(platform::Now()); }
 
 int32_t PDMDateTimeCurrentStamp() {
     PDMDateTimeFields fields;
