@@ -132,6 +132,8 @@ bool nyxHashImpl::InTable(const void* p) const {
 }
 
 void nyxHashImpl::Begin(uint32_t size) {
+    // A new block: the places and paths the index and memo knew are gone.
+    DropAccel();
     uint32_t capacity = nyxNextPrime(size);
     m_table = nullptr;
     m_tableBytes = 0;
@@ -214,8 +216,83 @@ bool nyxHashImpl::BuildBlock() {
 }
 
 char* nyxHashImpl::Probe(const void* key, uint32_t hash, nyxHashSlot* slot) const {
+    if (slot == nullptr && Accelerating()) {
+        bool known = false;
+        char* entry = IndexedFind(key, known);
+        if (known) return entry;
+    }
     return ProbeWith(hash, slot,
                      [this, key](const char* entry) { return KeysEqual(key, EntryKey(entry)); });
+}
+
+nyxHashAccel* nyxHashImpl::Accel() const {
+    if (m_accel == nullptr) m_accel = new (std::nothrow) nyxHashAccel();
+    return m_accel;
+}
+
+void nyxHashImpl::DropAccel() {
+    delete m_accel;
+    m_accel = nullptr;
+}
+
+bool nyxHashImpl::BuildIndex() const {
+    nyxHashAccel* accel = Accel();
+    if (accel == nullptr) return false;
+    for (uint32_t place = 0; place < static_cast<uint32_t>(m_capacity); ++place) {
+        const char* entry = EntryAt(place);
+        if (StateOf(Header(entry)) != kStateOccupied) continue;
+        if (!accel->IndexPut(KeyDigest(EntryKey(entry)), place)) return false;
+    }
+    return true;
+}
+
+char* nyxHashImpl::IndexedFind(const void* key, bool& known) const {
+    known = false;
+    nyxHashAccel* accel = Accel();
+    if (accel == nullptr || (!accel->HasIndex() && !BuildIndex())) return nullptr;
+    uint32_t place = accel->IndexFind(KeyDigest(key), [this, key](uint32_t at) {
+        return KeysEqual(key, EntryKey(EntryAt(at)));
+    });
+    known = true;
+    return place == nyxHashAccel::kNone ? nullptr : EntryAt(place);
+}
+
+char* nyxHashImpl::FirstFreeOnPath(uint32_t hash, uint32_t& step, uint32_t& place) const {
+    uint32_t capacity = static_cast<uint32_t>(m_capacity);
+    uint32_t stride = FastMod(hash, m_stepReciprocal, capacity - 2) + 1;
+    uint32_t k = 0;
+    uint32_t at = 0;
+    nyxHashAccel* accel = Accel();
+    if (accel == nullptr || !accel->MemoGet(hash, k, at)) {
+        k = 0;
+        at = FastMod(hash, m_capacityReciprocal, capacity);
+    }
+    // The walk of ProbeWith for an absent key, from where every place is known to be taken.
+    for (; k < capacity; ++k) {
+        char* entry = EntryAt(at);
+        if (StateOf(Header(entry)) != kStateOccupied) {
+            step = k;
+            place = at;
+            return entry;
+        }
+        at += stride;
+        if (at >= capacity) at -= capacity;
+    }
+    return nullptr;
+}
+
+bool nyxHashImpl::PutAbsentHashed(const void* key, const void* value, uint32_t hash) {
+    uint32_t step = 0, place = 0;
+    char* entry = FirstFreeOnPath(hash, step, place);
+    if (entry == nullptr) return false;
+    Fill(entry, hash, key, value);
+    if (m_accel != nullptr) {
+        uint32_t capacity = static_cast<uint32_t>(m_capacity);
+        uint32_t next = place + FastMod(hash, m_stepReciprocal, capacity - 2) + 1;
+        if (next >= capacity) next -= capacity;
+        m_accel->MemoSet(hash, step + 1, next);
+    }
+    return true;
 }
 
 void nyxHashImpl::Fill(char* entry, uint32_t hash, const void* key, const void* value) {
@@ -225,9 +302,17 @@ void nyxHashImpl::Fill(char* entry, uint32_t hash, const void* key, const void* 
     ++m_count;
     ConstructElements(entry + m_valueOffset, value, 1);
     if (!DerivedKey()) ConstructKeys(entry + m_keyOffset, key, 1);
+    if (m_accel != nullptr && m_accel->HasIndex() && m_table != nullptr)
+        m_accel->IndexPut(KeyDigest(EntryKey(entry)), PlaceOf(entry));
 }
 
 void nyxHashImpl::Delete(char* entry) {
+    if (m_accel != nullptr) {
+        // A place that is free again may lie on any path the memo knows.
+        m_accel->ForgetMemo();
+        if (m_accel->HasIndex() && m_table != nullptr)
+            m_accel->IndexErase(KeyDigest(EntryKey(entry)), PlaceOf(entry));
+    }
     DestroyElements(entry + m_valueOffset, 1);
     if (!DerivedKey()) DestroyKeys(entry + m_keyOffset, 1);
     SetHeader(entry, (kStateDeleted << 30) | (Header(entry) & kHashMask));
@@ -236,6 +321,11 @@ void nyxHashImpl::Delete(char* entry) {
 
 bool nyxHashImpl::PutHashed(const void* key, const void* value) {
     uint32_t hash = HashKey(key) & kHashMask;
+    if (Accelerating()) {
+        bool known = false;
+        char* found = IndexedFind(key, known);
+        if (known) return found == nullptr && PutAbsentHashed(key, value, hash);
+    }
     nyxHashSlot slot;
     if (Probe(key, hash, &slot) != nullptr) return false;
     char* entry = Claim(slot);
@@ -283,9 +373,15 @@ bool nyxHashImpl::Rehash(uint32_t size) {
     uint32_t hashes[kAhead];
     uint32_t seen = 0;
     uint32_t capacity = static_cast<uint32_t>(m_capacity);
-    auto insert = [this](char* entry, uint32_t hash) {
+    const bool memo = HasKeyDigest();
+    auto insert = [this, memo](char* entry, uint32_t hash) {
         // The keys are unique and the new block holds no deleted entry, so each one goes to
-        // the first empty entry on its path without comparing keys.
+        // the first empty entry on its path without comparing keys; where many keys share a
+        // path, the memo knows where its free part begins.
+        if (memo) {
+            PutAbsentHashed(EntryKey(entry), EntryValue(entry), hash);
+            return;
+        }
         nyxHashSlot slot;
         ProbeWith(hash, &slot, [](const char*) { return false; });
         if (slot.entry != nullptr) Fill(slot.entry, hash, EntryKey(entry), EntryValue(entry));
@@ -314,6 +410,7 @@ bool nyxHashImpl::Rehash(uint32_t size) {
 }
 
 void nyxHashImpl::DestroyAll() {
+    DropAccel();
     if (m_table == nullptr) {
         for (uint32_t i = 0; i < m_fewCount; ++i)
             if (StateOf(Header(FewAt(i))) == kStateOccupied) Delete(FewAt(i));

@@ -22,8 +22,11 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <string_view>
 
 #include "collections/nyxelements.h"
+#include "collections/nyxhashaccel.h"
 #include "collections/nyxkeyed.h"
 
 // Where a probe ended: the entry an insertion would fill, or in a small table an empty place
@@ -122,6 +125,10 @@ public:
     // Whether the full block has been built.
     bool HasBlock() const { return m_table != nullptr; }
 
+    // A table of this many entries or more keeps an index and a path memo beside its block, if
+    // its key type gives a digest (see nyxHashAccel).
+    static constexpr int32_t kAccelerateFrom = 64;
+
 protected:
     nyxHashImpl(const nyxHashImpl&) = delete;
     nyxHashImpl& operator=(const nyxHashImpl&) = delete;
@@ -137,6 +144,17 @@ protected:
     // comparison; everything else goes through KeysEqual.
     template <class KeysMatch>
     char* ProbeWith(uint32_t hash, nyxHashSlot* slot, KeysMatch keysMatch) const;
+    // A strong digest of a key for the index; a key type without one gives no acceleration.
+    virtual bool HasKeyDigest() const { return false; }
+    virtual uint64_t KeyDigest(const void*) const { return 0; }
+    // Whether lookups go through the index: a large full block, or an index already kept.
+    bool Accelerating() const {
+        return m_table != nullptr && HasKeyDigest() &&
+               (m_count >= kAccelerateFrom || (m_accel != nullptr && m_accel->HasIndex()));
+    }
+    // The entry of the key by the index, or null; `known` false when the index can't be had
+    // (no memory), and the caller walks the path instead.
+    char* IndexedFind(const void* key, bool& known) const;
     const void* EntryKey(const char* entry) const {
         return m_keyOfValue ? m_keyOfValue(entry + m_valueOffset) : entry + m_keyOffset;
     }
@@ -170,6 +188,17 @@ private:
     }
 
     char* Probe(const void* key, uint32_t hash, nyxHashSlot* slot) const;
+    uint32_t PlaceOf(const char* entry) const {
+        return static_cast<uint32_t>((entry - m_table) / m_entrySize);
+    }
+    nyxHashAccel* Accel() const;
+    bool BuildIndex() const;
+    // The first place on the hash's path that isn't occupied, from where the memo says the
+    // walk may resume; its step on the path in `step`. Null when the block is full.
+    char* FirstFreeOnPath(uint32_t hash, uint32_t& step, uint32_t& place) const;
+    // An absent key into the first free place of its path, which the memo finds.
+    bool PutAbsentHashed(const void* key, const void* value, uint32_t hash);
+    void DropAccel();
     // The entry to fill for slot: a new side entry, or in the full block, which is built
     // first when the side block is full. Null if there is no room or no memory.
     char* Claim(const nyxHashSlot& slot);
@@ -211,6 +240,8 @@ private:
     uint64_t m_stepReciprocal = 0;
     nyxHashFunction m_hash;
     nyxKeyOfValueFunction m_keyOfValue;
+    // Made on the first need; it holds nothing of the table's contents but places and digests.
+    mutable nyxHashAccel* m_accel = nullptr;
 };
 
 template <class KeysMatch>
@@ -305,6 +336,14 @@ public:
     bool KeysEqual(const void* a, const void* b) const override {
         return nyxElementTraits<K>::Equal(*static_cast<const K*>(a), *static_cast<const K*>(b));
     }
+    bool HasKeyDigest() const override { return std::is_same<K, nyxString>::value; }
+    uint64_t KeyDigest(const void* key) const override {
+        if constexpr (std::is_same<K, nyxString>::value) {
+            return std::hash<std::string_view>()(static_cast<const nyxString*>(key)->c_str());
+        } else {
+            return 0;
+        }
+    }
 
     // The lookups compare keys inline: they are the hot path of the object table.
     void* FindValue(const void* key) override {
@@ -324,6 +363,11 @@ public:
 
 private:
     char* Lookup(const void* key) const {
+        if (this->Accelerating()) {
+            bool known = false;
+            char* entry = this->IndexedFind(key, known);
+            if (known) return entry;
+        }
         const K& k = *static_cast<const K*>(key);
         return this->ProbeWith(this->HashKey(key) & nyxHashImpl::kHashMask, nullptr,
                                [this, &k](const char* entry) {

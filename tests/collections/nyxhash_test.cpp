@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <random>
 #include <set>
@@ -179,17 +180,20 @@ TEST(nyxHashTest, ProbePathsSurviveDeletion) {
     EXPECT_EQ(out, 2u);
 }
 
-// The table as one flat block of places, with the word hash: what every table must look like
-// from outside however it keeps its entries.
+// The table as one flat block of places, probed as specified: what every table must look like
+// from outside however it keeps its entries and however it finds them.
+template <class K>
 class FlatTable {
 public:
-    explicit FlatTable(uint32_t initial) { Reset(nyxNextPrime(initial)); }
+    FlatTable(uint32_t initial, uint32_t (*hash)(const K&)) : m_hash(hash) {
+        Reset(nyxNextPrime(initial));
+    }
 
-    bool Put(uint32_t key) {
+    bool Put(const K& key) {
         if (m_used > m_capacity * 7 / 8) {
-            std::vector<uint32_t> old = Order();
+            std::vector<K> old = Order();
             Reset(nyxNextPrime(m_capacity + m_capacity / 2));
-            for (uint32_t k : old) Put(k);
+            for (const K& k : old) Put(k);
         }
         int64_t slot;
         if (Probe(key, slot) >= 0 || slot < 0) return false;
@@ -198,13 +202,17 @@ public:
         ++m_used;
         return true;
     }
-    bool Remove(uint32_t key) {
+    bool Remove(const K& key) {
         int64_t slot, at = Probe(key, slot);
         if (at >= 0) m_state[at] = 2;
         return at >= 0;
     }
-    std::vector<uint32_t> Order() const {
-        std::vector<uint32_t> keys;
+    bool Contains(const K& key) const {
+        int64_t slot;
+        return Probe(key, slot) >= 0;
+    }
+    std::vector<K> Order() const {
+        std::vector<K> keys;
         for (uint32_t p = 0; p < m_capacity; ++p)
             if (m_state[p] == 1) keys.push_back(m_keys[p]);
         return keys;
@@ -216,10 +224,10 @@ private:
         m_capacity = capacity;
         m_used = 0;
         m_state.assign(capacity, 0);
-        m_keys.assign(capacity, 0);
+        m_keys.assign(capacity, K());
     }
-    int64_t Probe(uint32_t key, int64_t& slot) const {
-        uint32_t hash = key & nyxHashImpl::kHashMask, place = hash % m_capacity;
+    int64_t Probe(const K& key, int64_t& slot) const {
+        uint32_t hash = m_hash(key) & nyxHashImpl::kHashMask, place = hash % m_capacity;
         uint32_t step = hash % (m_capacity - 2) + 1;
         slot = -1;
         for (uint32_t tried = 0; tried < m_capacity; ++tried, place = (place + step) % m_capacity) {
@@ -232,10 +240,14 @@ private:
         }
         return -1;
     }
+    uint32_t (*m_hash)(const K&);
     uint32_t m_capacity = 0, m_used = 0;
     std::vector<uint8_t> m_state;
-    std::vector<uint32_t> m_keys;
+    std::vector<K> m_keys;
 };
+
+uint32_t WordKeyHash(const uint32_t& key) { return key; }
+uint32_t TextKeyHash(const std::string& key) { return nyxStringHashText(key.c_str()); }
 
 TEST(nyxHashTest, SmallTablesWalkAndGrowAsOneFlatBlock) {
     // Small tables keep their few entries aside; the order, the reuse of deleted places and
@@ -246,7 +258,7 @@ TEST(nyxHashTest, SmallTablesWalkAndGrowAsOneFlatBlock) {
     int grewSmall = 0, built = 0;
     for (uint32_t pool : {4u, 6u, 9u, 12u, 40u}) {
         WordMap table(nyxWordHash, 13);
-        FlatTable flat(13);
+        FlatTable<uint32_t> flat(13, WordKeyHash);
         for (int step = 0; step < 4000; ++step) {
             uint32_t key = 7 + 143 * (rng() % pool);
             if (pool > 4 && rng() % 3 == 0) key += rng() % 5;
@@ -504,6 +516,55 @@ TEST(nyxHashTest, InsertAllAndAssignPairsCopyEveryPair) {
     EXPECT_EQ(*b.Find(nyxString("a3")), 3u);
     b.AssignPairs(b);
     EXPECT_EQ(b.GetCount(), 50u);
+}
+
+}  // namespace
+
+namespace {
+
+std::vector<std::string> TextKeysInTableOrder(StringMap& table) {
+    std::vector<std::string> keys;
+    for (void* e = table.FirstEntry(nullptr); e != nullptr; e = table.FirstEntry(e))
+        keys.push_back(static_cast<nyxString*>(table.KeyOfEntry(e))->c_str());
+    return keys;
+}
+
+TEST(nyxHashTest, LargeTablesOfAlikeNamesKeepThePlacesOfThePlainProbe) {
+    // Names that differ in their last digits share a few dozen hash values, so each shares its
+    // path with thousands of others: exactly where a large table finds keys and free places by
+    // its index and path memo instead of by walking. Inserts, removals, lookups and growth must
+    // leave every key where the plain probe puts it.
+    std::mt19937 rng(11);
+    StringMap table(nyxStringHash, 100);
+    FlatTable<std::string> flat(100, TextKeyHash);
+    auto name = [](uint32_t k) {
+        char text[32];
+        std::snprintf(text, sizeof text, "part-%07u", k);
+        return std::string(text);
+    };
+    for (int step = 0; step < 60000; ++step) {
+        // Mostly new names while the table grows, then churn over a range.
+        uint32_t k = step < 30000 ? static_cast<uint32_t>(step) : rng() % 36000;
+        std::string key = name(k);
+        nyxString text(key.c_str());
+        uint32_t roll = rng() % 10;
+        if (step >= 30000 && roll < 4) {
+            ASSERT_EQ(table.RemoveKey(&text, 1), flat.Remove(key)) << step;
+        } else if (roll < 6 || step < 30000) {
+            ASSERT_EQ(table.Put(text, k), flat.Put(key)) << step;
+        } else {
+            uint32_t* found = table.Find(text);
+            ASSERT_EQ(found != nullptr, flat.Contains(key)) << step;
+            if (found != nullptr) {
+                ASSERT_EQ(*found, k);
+            }
+        }
+        if (step % 2500 == 0 || step == 59999) {
+            ASSERT_EQ(static_cast<uint32_t>(table.GetCapacity()), flat.Capacity()) << step;
+            ASSERT_EQ(TextKeysInTableOrder(table), flat.Order()) << step;
+        }
+    }
+    EXPECT_GT(table.GetCount(), 10000u);
 }
 
 }  // namespace
