@@ -128,6 +128,8 @@ public:
     // A table of this many entries or more keeps an index and a path memo beside its block, if
     // its key type gives a digest (see nyxHashAccel).
     static constexpr int32_t kAccelerateFrom = 64;
+    // Frees them; they are made again on the next need.
+    void ReleaseAccelerator() { DropAccel(); }
 
 protected:
     nyxHashImpl(const nyxHashImpl&) = delete;

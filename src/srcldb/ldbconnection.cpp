@@ -163,7 +163,25 @@ int32_t PDMc_LDB::Commit() {
     // end once more, with the queue empty. Deletions done here stay done if the store's commit
     // fails after them; a file can't be taken back.
     if (int32_t rc = m_file_queue->Commit()) return rc;
-    return m_store->CommitTransaction();
+    if (int32_t rc = m_store->CommitTransaction()) return rc;
+    ReleaseEarlierFrames();
+    return 0;
+}
+
+void PDMc_LDB::ReleaseEarlierFrames() {
+    // Only what is loaded already: a walk that loaded workspaces to release them would defeat
+    // its purpose.
+    PDMc_LDBRoot* root = GetRoot();
+    PDMc_LDBMap* workspaces = root != nullptr ? root->LoadedWorkspaces() : nullptr;
+    if (workspaces == nullptr) return;
+    workspaces->References().VisitEntries(
+        [](void*, const nyxString&, const PDMc_LDBRef& reference) {
+            PDMc_LDBObject* object = reference.LoadedTarget();
+            if (object != nullptr && object->GetTypeCode() == PDMc_WS::kTypeCode)
+                static_cast<PDMc_WS*>(object)->ReleaseEarlierFrames();
+            return 0;
+        },
+        nullptr);
 }
 
 int32_t PDMc_LDB::Abort() {

@@ -112,6 +112,9 @@ public:
     // LDBObjectOwner: objects reach their store through the connection.
     PDMc_LDBObject* FindOrLoadObject(uint32_t address) override;
     void AddToModifiedList(PDMc_LDBObject* object) override;
+    // After a commit: what the tables of the states that aren't current keep beside them to be
+    // searched fast goes from memory; it is made again if such a table is searched.
+    void ReleaseEarlierFrames();
 
 private:
     PDMc_LDB();

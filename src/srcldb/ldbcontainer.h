@@ -184,6 +184,9 @@ public:
 
     // The references as they stand, resolved or not.
     const LDBRefStringTable& References() const { return m_rep; }
+    // Drops the index and memo that a large table keeps beside it in memory; they come back
+    // with the next search.
+    void ReleaseSearchAids() { m_rep.Table().ReleaseAccelerator(); }
 
 private:
     friend struct LDBSchema;

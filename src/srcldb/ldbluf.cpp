@@ -326,3 +326,18 @@ int32_t PDMc_LUF::DropMaps() {
     }
     return result;
 }
+
+namespace {
+
+void ReleaseSearchAids(const PDMc_LDBRef& reference) {
+    PDMc_LDBObject* map = reference.LoadedTarget();
+    if (map != nullptr && map->GetTypeCode() == PDMc_LDBMap::kTypeCode)
+        static_cast<PDMc_LDBMap*>(map)->ReleaseSearchAids();
+}
+
+}  // namespace
+
+void PDMc_LUF::ReleaseSearchAids() {
+    ::ReleaseSearchAids(m_lufi_items);
+    ::ReleaseSearchAids(m_lufli_items);
+}

@@ -96,6 +96,8 @@ public:
     // For a frame that leaves the stack: both maps are emptied and go at commit. The frame
     // itself, its records and versions stay, unreferenced.
     int32_t DropMaps();
+    // Lets go of what the loaded maps keep beside their tables to be searched fast.
+    void ReleaseSearchAids();
 
 private:
     friend struct LDBSchema;

@@ -36,6 +36,8 @@ public:
     PDMc_LDBObject** TargetField() { return &m_target.object; }
 
     bool IsNull() const { return m_key == 0 && m_target.object == nullptr; }
+    // The target if it is loaded already, else null; nothing is loaded.
+    PDMc_LDBObject* LoadedTarget() const { return m_key == 0 ? m_target.object : nullptr; }
     bool IsResolved() const { return m_key == 0; }
 
     // Equal when owner and key agree, so two new objects of one owner compare equal.

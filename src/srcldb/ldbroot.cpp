@@ -36,6 +36,13 @@ PDMc_LDBRef* PDMc_LDBRoot::GetAttrs() { return &m_attrs; }
 
 PDMc_LDBMap* PDMc_LDBRoot::GetWorkspaces() { return LDBMapTarget(m_workspaces); }
 
+PDMc_LDBMap* PDMc_LDBRoot::LoadedWorkspaces() {
+    PDMc_LDBObject* map = m_workspaces.LoadedTarget();
+    return map != nullptr && map->GetTypeCode() == PDMc_LDBMap::kTypeCode
+               ? static_cast<PDMc_LDBMap*>(map)
+               : nullptr;
+}
+
 PDMc_LDBMap* PDMc_LDBRoot::GetPITypeDefs() { return LDBMapTarget(m_pi_type_defs); }
 
 PDMc_LDBMap* PDMc_LDBRoot::GetAttrDefs() { return LDBMapTarget(m_attr_defs); }

@@ -32,6 +32,8 @@ public:
 
     // The maps, loaded if need be; null when one can't be.
     PDMc_LDBMap* GetWorkspaces();
+    // The workspace map if it is loaded already, else null.
+    PDMc_LDBMap* LoadedWorkspaces();
     PDMc_LDBMap* GetPITypeDefs();
     PDMc_LDBMap* GetAttrDefs();
     PDMc_LDBMap* GetDepDefs();

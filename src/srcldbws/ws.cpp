@@ -486,3 +486,18 @@ int32_t PDMc_WS::PurgeFrames(nyxCollection& stays, nyxCollection& goes) {
     });
     return result;
 }
+
+void PDMc_WS::ReleaseEarlierFrames() {
+    PDMc_LDBObject* stack = m_undo_stack.LoadedTarget();
+    if (stack == nullptr || stack->GetTypeCode() != PDMc_LDBArray::kTypeCode) return;
+    PDMc_LDBObject* current = m_luf.LoadedTarget();
+    const uint32_t currentAddress = m_luf.GetKey();
+    const LDBRefVector& frames = static_cast<PDMc_LDBArray*>(stack)->References();
+    for (uint32_t i = 0; i < frames.Count(); ++i) {
+        PDMc_LDBObject* frame = frames.At(i).LoadedTarget();
+        if (frame == nullptr || frame == current || frame->GetTypeCode() != PDMc_LUF::kTypeCode)
+            continue;
+        if (frame->GetStorageAddress() == 0 || frame->GetStorageAddress() == currentAddress) continue;
+        static_cast<PDMc_LUF*>(frame)->ReleaseSearchAids();
+    }
+}

@@ -148,6 +148,10 @@ public:
     // frame pointers; neither is changed.
     int32_t PurgeFrames(nyxCollection& stays, nyxCollection& goes);
 
+    // Lets go of what the tables of the loaded states other than the current one keep beside
+    // them to be searched fast.
+    void ReleaseEarlierFrames();
+
     // Checks every live item and every library of the current state, printing each finding on
     // standard output; true if one was a corruption. Changes nothing.
     bool CheckIntegrity();
