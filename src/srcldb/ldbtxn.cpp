@@ -9,7 +9,10 @@
 // - between the mark and the clean header: the header names the undo log, which is complete
 //   on the device, and the next open copies the pre-images back;
 // - after the clean header: the new state stands.
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <vector>
 
 #include "errors/nyxerror.h"
 #include "srcldb/ldbobject.h"
@@ -109,25 +112,63 @@ int32_t LDBStore::CommitTransaction() {
 }
 
 int32_t LDBStore::LogPreImages() {
-    uint8_t preImage[LDB_MAX_OBJECT_SIZE];
+    // The records that the commit overwrites, in list order: the log's order.
+    struct Record {
+        uint32_t address;
+        uint32_t size;
+        size_t offset;  // of its pre-image among all of them
+    };
+    std::vector<Record> records;
+    size_t total = 0;
     for (LDBModifiedList::Walk walk(m_modified); !walk.AtEnd(); walk.Next()) {
         PDMc_LDBObject* object = walk.Object();
         if (object->IsNew() || object->IsDeleted()) continue;
         const LDBClassDescriptor* descriptor = DescriptorOf(object->GetTypeCode());
         if (descriptor == nullptr) return nyxErrorCurrentCode();
-        uint32_t address = object->GetStorageAddress();
         uint32_t size = descriptor->GetFixedSize();
-        uint8_t head[8];
-        EncodeWord(head, address);
-        EncodeWord(head + 4, size);
-        if (int32_t rc = m_undo_log->Append(head, sizeof head)) return rc;
         if (size >= LDB_MAX_OBJECT_SIZE)
             return NYX_INTERNAL_ERROR("Error - reReadArray[LDB_MAX_OBJECT_SIZE] <= objectSize",
                                       kSource);
-        // Straight from the file: the pool is clean between commits, so the file holds
-        // exactly what the record is now.
-        if (int32_t rc = ReadDevice(address, preImage, size)) return rc;
-        if (int32_t rc = m_undo_log->Append(preImage, size)) return rc;
+        records.push_back(Record{object->GetStorageAddress(), size, total});
+        total += size;
+    }
+    // Straight from the file: the pool is clean between commits, so the file holds exactly what
+    // each record is now. The records are read in address order, neighbours in one read, so
+    // that a commit of many small records doesn't make a system call for each.
+    std::vector<uint8_t> images(total);
+    std::vector<uint32_t> order(records.size());
+    for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+    std::sort(order.begin(), order.end(), [&records](uint32_t a, uint32_t b) {
+        return records[a].address < records[b].address;
+    });
+    constexpr uint32_t kGap = 4096;
+    constexpr uint32_t kLongestRun = 256 * 1024;
+    std::vector<uint8_t> run;
+    for (size_t first = 0; first < order.size();) {
+        const uint32_t start = records[order[first]].address;
+        uint64_t end = static_cast<uint64_t>(start) + records[order[first]].size;
+        size_t last = first + 1;
+        while (last < order.size()) {
+            const Record& next = records[order[last]];
+            if (next.address > end + kGap || next.address + next.size - start > kLongestRun) break;
+            end = std::max<uint64_t>(end, static_cast<uint64_t>(next.address) + next.size);
+            ++last;
+        }
+        run.resize(static_cast<size_t>(end - start));
+        if (int32_t rc = ReadDevice(start, run.data(), static_cast<uint32_t>(run.size())))
+            return rc;
+        for (size_t k = first; k < last; ++k) {
+            const Record& record = records[order[k]];
+            std::memcpy(&images[record.offset], &run[record.address - start], record.size);
+        }
+        first = last;
+    }
+    for (const Record& record : records) {
+        uint8_t head[8];
+        EncodeWord(head, record.address);
+        EncodeWord(head + 4, record.size);
+        if (int32_t rc = m_undo_log->Append(head, sizeof head)) return rc;
+        if (int32_t rc = m_undo_log->Append(&images[record.offset], record.size)) return rc;
     }
     return 0;
 }
