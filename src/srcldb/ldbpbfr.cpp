@@ -13,12 +13,16 @@ const char kSource[] = "srcldb/ldbpbfr";
 // Eviction classes, tried in this order: a page that was rewritten as a whole is done with
 // (it was filled by a sequential write), a clean page costs nothing to drop, and a partly
 // written page is the one most likely to be written again.
-// The classes of eviction, in the order they give up a page.
-enum EvictionClass { kFullyWritten, kClean, kPartlyWritten, kEvictionClasses };
+uint8_t ClassOf(const LDBPageBuffer* page) {
+    if (!page->Modified()) return LDBPagePool::kClean;
+    return page->WriteCount() >= LDB_PAGE_SIZE ? LDBPagePool::kFullyWritten
+                                               : LDBPagePool::kPartlyWritten;
+}
 
-EvictionClass ClassOf(const LDBPageBuffer* page) {
-    if (!page->Modified()) return kClean;
-    return page->WriteCount() >= LDB_PAGE_SIZE ? kFullyWritten : kPartlyWritten;
+// Older first: the lower stamp, then the lower address.
+bool OlderThan(const LDBPageBuffer* a, const LDBPageBuffer* b) {
+    if (a->UseStamp() != b->UseStamp()) return a->UseStamp() < b->UseStamp();
+    return a->LowAddress() < b->LowAddress();
 }
 }  // namespace
 
@@ -37,6 +41,9 @@ void LDBPageBuffer::Reset(uint32_t address) {
     m_use_stamp = 0;
     m_next = nullptr;
     m_previous = nullptr;
+    m_age_next = nullptr;
+    m_age_previous = nullptr;
+    m_age_class = LDBPagePool::kUnlisted;
     // Bytes that nothing read or wrote are never exposed in a sound file; zeroing them keeps
     // files reproducible byte for byte.
     std::memset(m_data, 0, sizeof m_data);
@@ -45,6 +52,7 @@ void LDBPageBuffer::Reset(uint32_t address) {
 void LDBPageBuffer::Read(uint32_t address, uint8_t* out, uint32_t count) {
     std::memcpy(out, m_data + (address - m_low_address), count);
     m_use_stamp = m_pool->NextStamp();
+    m_pool->Touched(this);
 }
 
 void LDBPageBuffer::Write(uint32_t address, const uint8_t* in, uint32_t count) {
@@ -52,6 +60,7 @@ void LDBPageBuffer::Write(uint32_t address, const uint8_t* in, uint32_t count) {
     m_write_count += count;
     m_modified = true;
     m_use_stamp = m_pool->NextStamp();
+    m_pool->Touched(this);
     uint32_t last = address + count - 1;
     if (last > m_high_modified) m_high_modified = last;
     if (m_low_modified == 0 || address < m_low_modified) m_low_modified = address;
@@ -89,6 +98,7 @@ int32_t LDBPageBuffer::FlushToDevice() {
     m_high_modified = 0;
     m_write_count = 0;
     m_modified = false;
+    m_pool->Reclassed(this);
     return 0;
 }
 
@@ -183,10 +193,12 @@ bool LDBPagePool::Link(LDBPageBuffer* page) {
         previous->m_next = page;
     else
         m_first = page;
+    AgeInsertOrdered(page);
     return true;
 }
 
 void LDBPagePool::Unlink(LDBPageBuffer* page) {
+    AgeUnlink(page);
     m_index.RemoveAt(IndexPlace(page->m_low_address));
     if (page->m_previous != nullptr)
         page->m_previous->m_next = page->m_next;
@@ -197,17 +209,88 @@ void LDBPagePool::Unlink(LDBPageBuffer* page) {
 }
 
 LDBPageBuffer* LDBPagePool::PickVictim() const {
-    // One walk finds the oldest unpinned page of every class; the first in list order wins a
-    // tie, as a walk per class would give.
-    LDBPageBuffer* oldest[kEvictionClasses] = {nullptr, nullptr, nullptr};
-    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next) {
-        if (page->m_pin_count != 0) continue;
-        LDBPageBuffer*& candidate = oldest[ClassOf(page)];
-        if (candidate == nullptr || page->m_use_stamp < candidate->m_use_stamp) candidate = page;
+    for (LDBPageBuffer* page : m_age_first) {
+        for (; page != nullptr; page = page->m_age_next)
+            if (page->m_pin_count == 0) return page;
     }
-    for (LDBPageBuffer* page : oldest)
-        if (page != nullptr) return page;
     return nullptr;
+}
+
+void LDBPagePool::Touched(LDBPageBuffer* page) {
+    if (page->m_age_class == kUnlisted) return;
+    // The stamp is the newest of all: the page goes to the end of its class.
+    uint8_t ageClass = ClassOf(page);
+    if (ageClass == page->m_age_class && page->m_age_next == nullptr) return;
+    AgeUnlink(page);
+    AgeAppend(page, ageClass);
+}
+
+void LDBPagePool::Reclassed(LDBPageBuffer* page) {
+    if (page->m_age_class == kUnlisted || ClassOf(page) == page->m_age_class) return;
+    AgeUnlink(page);
+    AgeInsertOrdered(page);
+}
+
+void LDBPagePool::AgeAppend(LDBPageBuffer* page, uint8_t ageClass) {
+    page->m_age_class = ageClass;
+    page->m_age_next = nullptr;
+    page->m_age_previous = m_age_last[ageClass];
+    if (m_age_last[ageClass] != nullptr)
+        m_age_last[ageClass]->m_age_next = page;
+    else
+        m_age_first[ageClass] = page;
+    m_age_last[ageClass] = page;
+}
+
+void LDBPagePool::AgeInsertOrdered(LDBPageBuffer* page) {
+    uint8_t ageClass = ClassOf(page);
+    // The page goes behind the last page older than it. A page that moves class keeps its age
+    // and is mostly young, so the search starts from the newest end; a new page, not yet used,
+    // is among the oldest, so from the other.
+    LDBPageBuffer* before = nullptr;
+    if (page->m_use_stamp == 0) {
+        for (LDBPageBuffer* p = m_age_first[ageClass]; p != nullptr && OlderThan(p, page);
+             p = p->m_age_next)
+            before = p;
+    } else {
+        before = m_age_last[ageClass];
+        while (before != nullptr && OlderThan(page, before)) before = before->m_age_previous;
+    }
+    page->m_age_class = ageClass;
+    page->m_age_previous = before;
+    page->m_age_next = before != nullptr ? before->m_age_next : m_age_first[ageClass];
+    if (page->m_age_next != nullptr)
+        page->m_age_next->m_age_previous = page;
+    else
+        m_age_last[ageClass] = page;
+    if (before != nullptr)
+        before->m_age_next = page;
+    else
+        m_age_first[ageClass] = page;
+}
+
+void LDBPagePool::AgeUnlink(LDBPageBuffer* page) {
+    if (page->m_age_class == kUnlisted) return;
+    uint8_t ageClass = page->m_age_class;
+    if (page->m_age_previous != nullptr)
+        page->m_age_previous->m_age_next = page->m_age_next;
+    else
+        m_age_first[ageClass] = page->m_age_next;
+    if (page->m_age_next != nullptr)
+        page->m_age_next->m_age_previous = page->m_age_previous;
+    else
+        m_age_last[ageClass] = page->m_age_previous;
+    page->m_age_next = page->m_age_previous = nullptr;
+    page->m_age_class = kUnlisted;
+}
+
+void LDBPagePool::AgeRebuild() {
+    // All stamps are equal: the lists follow the pool's list, which is in address order.
+    for (uint8_t c = 0; c < kAgeClasses; ++c) m_age_first[c] = m_age_last[c] = nullptr;
+    for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next) {
+        page->m_age_class = kUnlisted;
+        AgeAppend(page, ClassOf(page));
+    }
 }
 
 bool LDBPagePool::EvictOne() {
@@ -239,6 +322,7 @@ void LDBPagePool::Clear() {
         page = next;
     }
     m_first = nullptr;
+    for (uint8_t c = 0; c < kAgeClasses; ++c) m_age_first[c] = m_age_last[c] = nullptr;
     delete m_spare;
     m_spare = nullptr;
     m_index.Clear();
@@ -269,6 +353,7 @@ uint32_t LDBPagePool::NextStamp() {
     if (++m_clock != 0) return m_clock;
     for (LDBPageBuffer* page = m_first; page != nullptr; page = page->m_next)
         page->m_use_stamp = 0;
+    AgeRebuild();
     m_clock = 1;
     return m_clock;
 }

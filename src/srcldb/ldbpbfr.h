@@ -72,6 +72,10 @@ private:
     uint32_t m_use_stamp;
     LDBPageBuffer* m_next;
     LDBPageBuffer* m_previous;
+    // The page's place among the pages of its eviction class, oldest use first.
+    LDBPageBuffer* m_age_next = nullptr;
+    LDBPageBuffer* m_age_previous = nullptr;
+    uint8_t m_age_class;
     uint8_t m_data[LDB_PAGE_SIZE];
 };
 
@@ -107,13 +111,29 @@ public:
     uint32_t Clock() const { return m_clock; }
     // Lets a test bring the wrap of the clock near.
     void SetClock(uint32_t clock) { m_clock = clock; }
+    // The page the next eviction takes: the oldest unpinned page of the first class that has
+    // one, in the order fully written, clean, partly written; the first in list order among
+    // equally old ones. Null when every page is pinned.
+    LDBPageBuffer* PickVictim() const;
+    // For the pages: an access stamped the page; a write-back changed its class.
+    void Touched(LDBPageBuffer* page);
+    void Reclassed(LDBPageBuffer* page);
+
+    // The eviction classes, in the order they give up a page; kUnlisted for a page out of the
+    // pool.
+    enum AgeClass : uint8_t { kFullyWritten, kClean, kPartlyWritten, kAgeClasses, kUnlisted };
     // Changes with every Clear, so that a pin knows its page is gone.
     uint32_t Generation() const { return m_generation; }
 
 private:
     // Writes back and frees one unpinned page; false when every page is pinned.
     bool EvictOne();
-    LDBPageBuffer* PickVictim() const;
+    // The pages of each class are kept in a list by use stamp, then by address, so that the
+    // victim is the first unpinned page of a list instead of the result of a walk of the pool.
+    void AgeInsertOrdered(LDBPageBuffer* page);
+    void AgeAppend(LDBPageBuffer* page, uint8_t ageClass);
+    void AgeUnlink(LDBPageBuffer* page);
+    void AgeRebuild();
     // False, with the pool as it was, when the index has no memory for the page.
     bool Link(LDBPageBuffer* page);
     void Unlink(LDBPageBuffer* page);
@@ -132,6 +152,8 @@ private:
     uint32_t m_clock;
     uint32_t m_device_high;
     uint32_t m_generation;
+    LDBPageBuffer* m_age_first[kAgeClasses] = {nullptr, nullptr, nullptr};
+    LDBPageBuffer* m_age_last[kAgeClasses] = {nullptr, nullptr, nullptr};
 };
 
 // Holds one page of a pool against eviction: the page that the last access needed.

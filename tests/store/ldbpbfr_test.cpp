@@ -1,3 +1,4 @@
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -145,6 +146,48 @@ TEST_F(PagePool, ClockWrapMakesEarlierPagesOldestAndKeepsListOrder) {
     Touch(store.get(), 129, 'R');
     EXPECT_EQ(store->Pool().FindPage(65 * LDB_PAGE_SIZE), nullptr);
     EXPECT_EQ(store->Pool().Count(), 128u);
+}
+
+// The victim as a walk of the whole pool finds it: the oldest unpinned page by stamp, then by
+// list order, of the first class that has one.
+LDBPageBuffer* VictimByWalk(LDBPagePool& pool) {
+    for (int wanted = 0; wanted < 3; ++wanted) {
+        LDBPageBuffer* oldest = nullptr;
+        for (LDBPageBuffer* page = pool.First(); page != nullptr; page = page->Next()) {
+            int pageClass = !page->Modified() ? 1 : page->WriteCount() >= LDB_PAGE_SIZE ? 0 : 2;
+            if (page->PinCount() != 0 || pageClass != wanted) continue;
+            if (oldest == nullptr || page->UseStamp() < oldest->UseStamp()) oldest = page;
+        }
+        if (oldest != nullptr) return oldest;
+    }
+    return nullptr;
+}
+
+TEST_F(PagePool, VictimIsTheOneAWalkOfThePoolFindsUnderChurn) {
+    // Reads, small and whole-page writes, pins, write-backs and a wrap of the clock over two
+    // hundred pages: after every step the pool's choice must be the walk's.
+    HeldStore store(MakeStore(200));
+    ASSERT_NE(store.get(), nullptr);
+    LDBPagePool& pool = store->Pool();
+    pool.SetClock(0xFFFFFFFFu - 3000);
+    std::mt19937 rng(17);
+    std::vector<std::unique_ptr<LDBPagePin>> pins;
+    for (int step = 0; step < 6000; ++step) {
+        uint32_t page = 1 + rng() % 200, roll = rng() % 100;
+        if (roll < 3) {
+            ASSERT_EQ(pool.FlushAll(), 0) << testsupport::DescribeTop();
+        } else if (roll < 6) {
+            pins.push_back(std::make_unique<LDBPagePin>(&pool));
+            ASSERT_NE(pins.back()->Page(page * LDB_PAGE_SIZE), nullptr);
+        } else if (roll < 9 && !pins.empty()) {
+            pins.erase(pins.begin() + rng() % pins.size());
+        } else {
+            Touch(store.get(), page, roll < 60 ? 'R' : roll < 90 ? 'P' : 'F');
+        }
+        ASSERT_EQ(pool.PickVictim(), VictimByWalk(pool)) << "step " << step;
+    }
+    pins.clear();
+    ASSERT_EQ(pool.FlushAll(), 0);
 }
 
 TEST_F(PagePool, LookupsFindExactlyThePagesOfTheListUnderChurn) {
