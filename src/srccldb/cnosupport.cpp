@@ -1,6 +1,7 @@
 // Exports that the library keeps for the names' sake only: they look at no argument, touch
 // nothing and push nothing.
 #include "marrows/marrows.h"
+#include "marrows/version.h"
 
 namespace {
 constexpr int kNotSupported = 102;
@@ -42,9 +43,13 @@ int PDMWorkspaceLUFSetDescription(WorkspaceStateHandle, const char*) { return kI
 int nyxErrorPushOracleError(void) { return 0; }
 int nyxErrorPushSQLError(void) { return 0; }
 
+// The interface this library gives is that of version 4.0.0, and the project's version says so.
+static_assert(MARROWS_VERSION_MAJOR == 4 && MARROWS_VERSION_MINOR == 0 && MARROWS_VERSION_PATCH == 0,
+              "PDMGetLibVersion reports 4.0.0");
+
 int PDMGetLibVersion(int* major, int* minor, int* patch) {
-    *major = 4;
-    *minor = 0;
-    *patch = 0;
+    *major = MARROWS_VERSION_MAJOR;
+    *minor = MARROWS_VERSION_MINOR;
+    *patch = MARROWS_VERSION_PATCH;
     return 0;
 }

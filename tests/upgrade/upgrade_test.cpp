@@ -84,73 +84,6 @@ struct Sample {
     }
 };
 
-// A whole model in the old format: a workspace whose one state holds a generic and its instance,
-// their relation, and their library with a file. Nothing in it disagrees.
-struct HealthyModel {
-    OldStore store;
-
-    HealthyModel() {
-        uint32_t root = store.Object(64);
-        uint32_t ws = store.Object(80), luf = store.Object(90), lil = store.Object(86);
-        uint32_t lilv = store.Object(87), lufli = store.Object(92), gir = store.Object(85);
-        uint32_t lf = store.Object(95);
-        uint32_t genericVersion = 0, instanceVersion = 0;
-        uint32_t generic = Item(ws, luf, lil, "bracket", genericVersion);
-        uint32_t instance = Item(ws, luf, lil, "bracket-1", instanceVersion);
-        store.Word(root, "m_workspaces", store.MapObject({{"alpha", ws}}));
-        store.Text(ws, "m_name", "alpha");
-        store.Word(ws, "m_undo_stack", store.ArrayObject({luf}));
-        store.Word(ws, "m_luf", luf);
-        store.Word(luf, "m_ws", ws);
-        store.Word(luf, "m_lufi_items", store.MapObject({{"bracket", lufis_[0]},
-                                                         {"bracket-1", lufis_[1]}}));
-        store.Word(luf, "m_lufli_items", store.MapObject({{"bracket", lufli}}));
-        store.Word(genericVersion, "m_has_instances", 1);
-        store.Word(genericVersion, "m_instance_wsgirs", store.ArrayObject({gir}));
-        store.Word(genericVersion, "m_instances_creating_frame", luf);
-        store.Word(instanceVersion, "m_is_instance", 1);
-        store.Word(instanceVersion, "m_generic_wsgir", gir);
-        store.Word(gir, "m_generic_wspi", generic);
-        store.Word(gir, "m_instance_wspi", instance);
-        store.Word(lil, "m_ws", ws);
-        store.Word(lil, "m_lufli", lufli);
-        store.Word(lil, "m_shortcut_current_lilv", lilv);
-        store.Word(lufli, "m_creating_frame", luf);
-        store.Text(lufli, "m_lo_name", "bracket");
-        store.Word(lufli, "m_lil", lil);
-        store.Word(lufli, "m_current_lilv", lilv);
-        store.Word(lilv, "m_lil", lil);
-        store.Word(lilv, "m_wspis", store.ArrayObject({generic, instance}));
-        store.Word(lilv, "m_files", store.ArrayObject({lf}));
-        store.Word(lilv, "m_creating_frame", luf);
-        store.Text(lf, "m_file_name", "bracket");
-    }
-
-private:
-    // An item with its identity, frame item and version, a member of the library.
-    uint32_t Item(uint32_t ws, uint32_t luf, uint32_t lil, const char* name, uint32_t& version) {
-        uint32_t item = store.Object(81), lpi = store.Object(88), lufi = store.Object(91);
-        version = store.Object(82);
-        lufis_.push_back(lufi);
-        store.Word(item, "m_ws", ws);
-        store.Word(item, "m_shortcut_current_piv", version);
-        store.Word(item, "m_lpi", lpi);
-        store.Word(lpi, "m_lufi", lufi);
-        store.Word(lufi, "m_creating_frame", luf);
-        store.Text(lufi, "m_pi_name", name);
-        store.Word(lufi, "m_lpi", lpi);
-        store.Word(lufi, "m_wspi", item);
-        store.Word(lufi, "m_current_piv", version);
-        store.Word(version, "m_workspace", ws);
-        store.Word(version, "m_lpi", lpi);
-        store.Word(version, "m_creating_frame", luf);
-        store.Word(version, "m_lil", lil);
-        return item;
-    }
-
-    std::vector<uint32_t> lufis_;
-};
-
 // Walks the records of a current file in order: objects per class code and the version byte of
 // each class. Any byte that starts no record of the current format is a problem.
 std::map<uint8_t, int> Records(const Bytes& file, std::map<uint8_t, uint8_t>& versions,
@@ -423,7 +356,7 @@ TEST_F(UpgradeTest, CrashOrFailureAtAnyStepLeavesAFileThatUpgradesToTheSameBytes
 }
 
 TEST_F(UpgradeTest, HealthyOldModelPassesTheIntegrityCheck) {
-    WriteFileBytes(path, HealthyModel().store.File());
+    WriteFileBytes(path, oldstore::HealthyStore());
     ASSERT_EQ(PDMLDBUpgrade(path.c_str()), 0) << testsupport::DescribeTop();
     LDBHandle ldb = nullptr;
     ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << testsupport::DescribeTop();

@@ -47,4 +47,9 @@ private:
     std::map<uint32_t, uint8_t> classes_;  // record address to class code
 };
 
+// A whole model in the old format with nothing in it that disagrees: a workspace "alpha" whose
+// one state holds the generic "bracket" and its instance "bracket-1", their relation, and their
+// library with a file.
+Bytes HealthyStore();
+
 }  // namespace oldstore
