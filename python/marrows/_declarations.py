@@ -9,6 +9,7 @@ from pathlib import Path
 
 
 def declarations(include: Path) -> str:
+    """The declarations of marrows/marrows.h below `include`."""
     with tempfile.TemporaryDirectory() as empty:
         for name in ("stdint.h", "stddef.h", "stdio.h"):
             Path(empty, name).write_text("")

@@ -88,6 +88,7 @@ def text(pointer: Any) -> str:
 
 
 def encode(value: str) -> bytes:
+    """A str as the library takes it; anything else is a TypeError."""
     if not isinstance(value, str):
         raise TypeError(f"expected a str, got {type(value).__name__}")
     return value.encode("utf-8")

@@ -49,6 +49,7 @@ class Database:
 
     @property
     def closed(self) -> bool:
+        """Whether close has run."""
         return self._ldb is None
 
     def _handle(self) -> Any:
@@ -60,6 +61,7 @@ class Database:
 
     @property
     def in_transaction(self) -> bool:
+        """Whether a transaction is open."""
         return self._in_transaction
 
     def begin(self) -> None:
@@ -70,6 +72,7 @@ class Database:
         self._in_transaction = True
 
     def commit(self) -> None:
+        """Makes the transaction's changes durable; handles stay good."""
         _ffi.check(lib.PDMLDBCommitTransaction(self._handle()), "committing")
         self._in_transaction = False
         if os.environ.get("PDM_LDB_DEBUG") is not None:
@@ -181,12 +184,14 @@ class StoredObject:
 
     @property
     def type(self) -> str:
+        """The object's type name."""
         out = ffi.new("const char**")
         _ffi.check(lib.PDMLDBObjectGetType(self._object_handle(), out), "reading the type")
         return _ffi.text(out[0])
 
     @property
     def attributes(self) -> AttributeMap:
+        """The object's attributes, which may hold other stored objects."""
         return object_attributes(self._object_handle, self._db._object)
 
     def __eq__(self, other: object) -> bool:
@@ -230,6 +235,7 @@ def upgrade(path: PathLike) -> None:
 
 
 def library_version() -> str:
+    """The version of the loaded library, "4.0.0"."""
     numbers = [ffi.new("int*") for _ in range(3)]
     lib.PDMGetLibVersion(*numbers)
     return ".".join(str(n[0]) for n in numbers)

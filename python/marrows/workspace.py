@@ -48,14 +48,17 @@ class Workspace:
 
     @property
     def name(self) -> str:
+        """The workspace's name."""
         return self._name
 
     @property
     def directory(self) -> str:
+        """The directory of its local files, as the disk writes it."""
         return _disk_path(_text_out(lib.PDMWorkspaceGetPath, self._handle(), "reading the directory"))
 
     @property
     def description(self) -> str:
+        """A free text about the workspace."""
         return _text_out(lib.PDMWorkspaceGetDescription, self._handle(), "reading the description")
 
     @description.setter
@@ -85,6 +88,7 @@ class Workspace:
         return Item(self, name, handle)
 
     def get(self, name: str) -> Optional["Item"]:
+        """The item of the name, None if there is none."""
         handle = self._item_handle(name)
         return Item(self, name, handle) if handle is not None else None
 
@@ -102,6 +106,7 @@ class Workspace:
 
     @property
     def modified_items(self) -> List["Item"]:
+        """The live items whose current version is modified."""
         handles = _ffi.listing(lib.PDMWorkspaceGetModifiedWSPIs, "listing items", self._handle())
         return [self._item_of(h) for h in handles]
 
@@ -127,6 +132,7 @@ class Workspace:
 
     @property
     def state_count(self) -> int:
+        """The number of states, the current one included."""
         out = ffi.new("int*")
         _ffi.check(lib.PDMWorkspaceGetStateCount(self._handle(), out), "counting states")
         return out[0]
@@ -195,14 +201,17 @@ class Item:
 
     @property
     def workspace(self) -> Workspace:
+        """The workspace the item belongs to."""
         return self._ws
 
     @property
     def name(self) -> str:
+        """The item's name in the current state."""
         return self._name
 
     @property
     def type(self) -> str:
+        """The name of the item's type."""
         return self._text(lib.PDMWSPIGetCurrWSPIVTypeName, "reading the type")
 
     description = property(
@@ -229,6 +238,7 @@ class Item:
 
     @property
     def modified(self) -> bool:
+        """Whether the current version holds work not yet submitted."""
         return _flag_out(lib.PDMWSPIIsCurrWSPIVModified, self._handle(), "reading the state")
 
     @property
@@ -294,6 +304,7 @@ class Item:
 
     @property
     def dependencies(self) -> List["Dependency"]:
+        """The dependencies of the current version, in their order."""
         handles = _ffi.listing(lib.PDMWSPIGetCurrWSPIVDependencies, "listing dependencies",
                                self._handle())
         return [Dependency(self, h) for h in handles]
@@ -319,10 +330,12 @@ class Item:
 
     @property
     def is_instance(self) -> bool:
+        """Whether the item is an instance of a generic."""
         return _flag_out(lib.PDMWSPIIsCurrWSPIVInstance, self._handle(), "reading the role")
 
     @property
     def is_generic(self) -> bool:
+        """Whether the item has instances."""
         return _flag_out(lib.PDMWSPIHasCurrWSPIVInstance, self._handle(), "reading the role")
 
     def __eq__(self, other: object) -> bool:
@@ -360,10 +373,12 @@ class Dependency(_Transient):
 
     @property
     def parent(self) -> Item:
+        """The item whose current version has the dependency."""
         return self._parent
 
     @property
     def child_name(self) -> str:
+        """The name of the child, also of one no longer in the workspace."""
         return _text_out(lib.PDMWSDependencyGetChildName, self._handle(), "reading the child")
 
     @property
@@ -373,10 +388,12 @@ class Dependency(_Transient):
 
     @property
     def kind(self) -> str:
+        """The dependency's class text."""
         return _text_out(lib.PDMWSDependencyGetClass, self._handle(), "reading the kind")
 
     @property
     def type(self) -> int:
+        """The dependency's type number."""
         out = ffi.new("int*")
         _ffi.check(lib.PDMWSDependencyGetType(self._handle(), out), "reading the type")
         return out[0]
@@ -410,6 +427,7 @@ class Dependency(_Transient):
         return AttributeMap(read, write, remove, listed)
 
     def delete(self) -> None:
+        """Takes the dependency out of the parent's current version."""
         _ffi.check(lib.PDMWSPIDeleteCurrWSPIVDependency(self._parent._handle(), self._handle()),
                    "deleting a dependency")
 
@@ -426,6 +444,7 @@ class Library(_Transient):
 
     @property
     def name(self) -> str:
+        """The library's name: its first generic's, unless renamed."""
         return _text_out(lib.PDMWSLILGetName, self._handle(), "reading the library's name")
 
     @property
@@ -442,6 +461,7 @@ class Library(_Transient):
                    f"extracting {instance.name!r}")
 
     def delete_instance(self, instance: Item) -> None:
+        """Extracts the instance and deletes it."""
         _ffi.check(lib.PDMWSLILDeleteInstance(self._handle(), instance._handle()),
                    f"deleting {instance.name!r}")
 
