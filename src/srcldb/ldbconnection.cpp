@@ -101,24 +101,20 @@ PDMc_LDB* PDMc_LDB::Attach(const nyxString& path, bool create) {
     connection->m_reference_count = 1;
     if (connection->EnsureRoot() != 0) {
         // A new file goes again; an existing one is only let go.
-        if (create)
-            DeleteDatabase(connection);
-        else
-            DisconnectDatabase(connection);
+        DiscardConnection(connection, create);
         return nullptr;
     }
     return connection;
 }
 
-void PDMc_LDB::DeleteDatabase(PDMc_LDB* connection) {
-    if (connection->m_reference_count > 1) {
-        nyxErrorReport(2412, connection->GetPath());
-        return;
-    }
-    if (LDBStore::DeleteStore(connection->m_store) == 0) {
-        connection->m_store = nullptr;
-        DestroyConnection(connection);
-    }
+void PDMc_LDB::DiscardConnection(PDMc_LDB* connection, bool removeFile) {
+    // Not the disconnect, which waits while a record stands: kept, this connection would hold
+    // the file open and locked, and hand its half-made state to every later connect to the path.
+    LDBStore* store = connection->m_store;
+    connection->m_store = nullptr;
+    if (removeFile) store->File().Remove();
+    delete store;  // closes the file, which lets go of its lock
+    DestroyConnection(connection);
 }
 
 PDMc_LDB* PDMc_LDB::ConnectDatabase(const nyxString& path) {

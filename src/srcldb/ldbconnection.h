@@ -40,8 +40,9 @@ public:
     static PDMc_LDB* CreateDatabase(const nyxString& path);
     static PDMc_LDB* ConnectDatabase(const nyxString& path);
     static int32_t DisconnectDatabase(PDMc_LDB* connection);
-    // The failure path of a create: removes the new file unless another connect shares it.
-    static void DeleteDatabase(PDMc_LDB* connection);
+    // The failure path of a create or connect, which no client holds: the connection goes with
+    // its store whatever stands on the error stack, and a new file with them.
+    static void DiscardConnection(PDMc_LDB* connection, bool removeFile);
 
     // Runs one transaction that makes the root with its four maps if the file has none.
     int32_t EnsureRoot();

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "crashharness.h"
 #include "errors/nyxerror.h"
 #include "srcldb/ldbconnection.h"
 #include "srcldb/ldbstgdesc.h"
@@ -12,6 +13,7 @@
 #include "testsupport.h"
 
 using testsupport::Arguments;
+using testsupport::FailStepOnce;
 
 namespace {
 class Connection : public testsupport::CleanStackTest {
@@ -88,4 +90,39 @@ TEST_F(Connection, NoConnectionIsMadeWhileARecordStands) {
     EXPECT_EQ(PDMc_LDB::MakeConnection(), nullptr);
     EXPECT_EQ(PDMc_LDB::CreateDatabase(dir.File("x.ldb").c_str()), nullptr);
     EXPECT_EQ(testsupport::StackCodes(), std::vector<int>{2401});
+}
+
+// A connect or create that fails leaves nothing behind: no connection that keeps the file open
+// and answers the next connect with its broken state, and no new file.
+TEST_F(Connection, AFailedConnectOrCreateLeavesNothingBehind) {
+    const std::string path = dir.File("whole.ldb");
+    LDBHandle ldb = nullptr;
+    ASSERT_EQ(PDMLDBCreate(path.c_str(), &ldb), 0);
+    ASSERT_EQ(PDMLDBDisconnect(ldb), 0);
+    const std::vector<unsigned char> whole = testsupport::ReadFileBytes(path);
+    // The header names a top past the end of the file: the root can't be read.
+    testsupport::WriteFileBytes(path, {whole.begin(), whole.end() - 8});
+    EXPECT_EQ(PDMLDBConnect(path.c_str(), &ldb), 101);
+    testsupport::ClearErrors();
+    testsupport::WriteFileBytes(path, whole);
+    ASSERT_EQ(PDMLDBConnect(path.c_str(), &ldb), 0) << testsupport::DescribeTop();
+    int found = -1;
+    ASSERT_EQ(PDMLDBStartTransaction(ldb), 0);
+    EXPECT_EQ(PDMLDBCheckIntegrity(ldb, &found), 0);
+    EXPECT_EQ(PDMLDBAbortTransaction(ldb), 0);
+    EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
+
+    const std::string fresh = dir.File("fresh.ldb");
+    for (int k = 1;; ++k) {
+        int rc = -1;
+        const int steps = FailStepOnce(k, [&] { rc = PDMLDBCreate(fresh.c_str(), &ldb); });
+        if (k > steps) {
+            ASSERT_EQ(rc, 0);
+            EXPECT_EQ(PDMLDBDisconnect(ldb), 0);
+            break;
+        }
+        ASSERT_NE(rc, 0) << "step " << k;
+        testsupport::ClearErrors();
+        ASSERT_EQ(platform::FileSize(fresh.c_str()), -1) << "step " << k;
+    }
 }
